@@ -1,0 +1,53 @@
+#pragma once
+// Creation of automation objects by ProgID.
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "brelvane/automation/dispatch.h"
+
+namespace brelvane {
+
+/// Creates objects by ProgID (matched case-insensitively). The component's
+/// classes, the host library's utility object and the sibling launchers are
+/// all registered here; an object created by the factory may keep a
+/// reference to it, so the factory must outlive the objects it creates.
+class ObjectFactory {
+ public:
+  using Creator = std::function<std::shared_ptr<Dispatch>(ObjectFactory&)>;
+
+  /// Registers (or replaces) the creator of a ProgID; `info` describes the
+  /// class for listings when it has a registration table.
+  void add(std::string progId, Creator creator, const ClassInfo* info = nullptr);
+  bool has(std::string_view progId) const;
+  /// Raises 429 for an unknown ProgID; a creator's own error passes through.
+  std::shared_ptr<Dispatch> create(std::string_view progId);
+
+  /// Creates and casts to an interface; raises 13 when the object lacks it.
+  template <class T>
+  std::shared_ptr<T> createAs(std::string_view progId) {
+    return detail::toObject<T>(Variant(create(progId)));
+  }
+
+  struct Entry {
+    std::string progId;
+    const ClassInfo* info;
+  };
+  /// Every registered ProgID, in registration order.
+  std::vector<Entry> entries() const;
+
+ private:
+  struct Slot {
+    std::string progId;
+    Creator creator;
+    const ClassInfo* info;
+  };
+  std::vector<Slot> slots_;
+  const Slot* find(std::string_view progId) const;
+};
+
+}  // namespace brelvane

@@ -1,0 +1,182 @@
+#pragma once
+// Variant: the value type of every late-bound call, with the conversions and
+// comparisons the component relies on.
+//
+// Conversions follow automation rules where the component depends on them:
+// - toText: Empty -> "", Boolean -> "True"/"False", numbers as plain decimal
+//   text without locale (a Double with up to 15 significant digits, "E+nn"
+//   exponents), a Date as YYYY-MM-DD (plus THH:MM:SS when it has a time);
+//   Null raises 94, objects, arrays and Missing raise 13.
+// - concatText: as toText, but Null gives "" (the text operator's rule).
+// - toInteger / toLong: numbers and numeric text round half to even; a result
+//   outside the target range raises 6; text that is not a number raises 13.
+// - equals(v, number) and equals(v, text) never raise: a value that cannot be
+//   compared (Null, Missing, an object, a text that is no number) is simply
+//   not equal. So ValueOrDefault(Null, "") == 2 is false, not an error.
+
+#include <compare>
+#include <concepts>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace brelvane {
+
+class Dispatch;
+class SafeArray;
+
+/// A calendar date with an optional time of day.
+struct Date {
+  int year = 1899, month = 12, day = 30, hour = 0, minute = 0, second = 0;
+
+  auto operator<=>(const Date&) const = default;
+  bool hasTime() const { return hour != 0 || minute != 0 || second != 0; }
+  /// "YYYY-MM-DD", or "YYYY-MM-DDTHH:MM:SS" when the time is not midnight.
+  std::string iso() const;
+  /// Reads "YYYY-MM-DD" or "YYYY-MM-DDTHH:MM[:SS]"; raises 13 on anything else.
+  static Date parse(std::string_view text);
+};
+
+enum class VarType { Empty, Null, Boolean, Integer, Long, Double, Date, String, Object, Array, Missing };
+
+/// The automation name of a type ("Empty", "Integer", "String", ...).
+std::string_view typeName(VarType type);
+
+/// Deep-copying owner, so that arrays inside Variants keep value semantics.
+template <class T>
+class Box {
+ public:
+  Box();
+  explicit Box(T value);
+  Box(const Box& other);
+  Box(Box&&) noexcept = default;
+  Box& operator=(const Box& other);
+  Box& operator=(Box&&) noexcept = default;
+  ~Box();
+  T& operator*() { return *ptr_; }
+  const T& operator*() const { return *ptr_; }
+  T* operator->() { return ptr_.get(); }
+  const T* operator->() const { return ptr_.get(); }
+
+ private:
+  std::unique_ptr<T> ptr_;
+};
+
+class Variant {
+ public:
+  Variant() = default;  // Empty
+  Variant(bool value) : v_(value) {}
+  Variant(int16_t value) : v_(value) {}
+  Variant(int32_t value) : v_(value) {}
+  Variant(double value) : v_(value) {}
+  Variant(Date value) : v_(value) {}
+  Variant(std::string value) : v_(std::move(value)) {}
+  Variant(std::string_view value) : v_(std::string(value)) {}
+  Variant(const char* value) : v_(std::string(value)) {}
+  Variant(std::shared_ptr<Dispatch> object) : v_(std::move(object)) {}
+  template <class T>
+    requires std::derived_from<T, Dispatch> && (!std::same_as<T, Dispatch>)
+  Variant(std::shared_ptr<T> object) : v_(std::shared_ptr<Dispatch>(std::move(object))) {}
+  Variant(SafeArray array);
+
+  Variant(const Variant&);
+  Variant(Variant&&) noexcept;
+  Variant& operator=(const Variant&);
+  Variant& operator=(Variant&&) noexcept;
+  ~Variant();
+
+  static Variant null() { return Variant(NullTag{}); }
+  static Variant missing() { return Variant(MissingTag{}); }
+  /// An object reference to nothing.
+  static Variant nothing() { return Variant(std::shared_ptr<Dispatch>()); }
+
+  VarType type() const { return static_cast<VarType>(v_.index()); }
+  bool isEmpty() const { return type() == VarType::Empty; }
+  bool isNull() const { return type() == VarType::Null; }
+  bool isMissing() const { return type() == VarType::Missing; }
+  bool isString() const { return type() == VarType::String; }
+  bool isObject() const { return type() == VarType::Object; }
+  bool isArray() const { return type() == VarType::Array; }
+  bool isNumeric() const;  ///< Integer, Long or Double
+
+  // Exact access: raise 13 when the Variant holds another kind.
+  bool boolean() const;
+  const std::string& string() const;
+  const Date& date() const;
+  const std::shared_ptr<Dispatch>& object() const;
+  const SafeArray& array() const;
+  SafeArray& array();
+
+  /// The numeric value of an Integer, Long or Double (13 otherwise).
+  double number() const;
+
+  /// Structural equality: same kind and same value; objects by identity.
+  friend bool operator==(const Variant& a, const Variant& b);
+
+ private:
+  struct NullTag {};
+  struct MissingTag {};
+  explicit Variant(NullTag tag) : v_(tag) {}
+  explicit Variant(MissingTag tag) : v_(tag) {}
+
+  // The alternatives are in VarType order.
+  std::variant<std::monostate, NullTag, bool, int16_t, int32_t, double, Date, std::string,
+               std::shared_ptr<Dispatch>, Box<SafeArray>, MissingTag>
+      v_;
+};
+
+/// Bounds of one dimension of an array.
+struct Bound {
+  int32_t lower = 0;
+  int32_t upper = -1;
+  size_t count() const { return upper >= lower ? static_cast<size_t>(upper - lower) + 1 : 0; }
+  bool operator==(const Bound&) const = default;
+};
+
+/// A multi-dimensional automation array: bounds per dimension, elements in a
+/// flat vector with the last index varying fastest.
+class SafeArray {
+ public:
+  SafeArray() = default;
+  /// Every element starts Empty.
+  explicit SafeArray(std::vector<Bound> bounds);
+
+  const std::vector<Bound>& bounds() const { return bounds_; }
+  size_t dimensions() const { return bounds_.size(); }
+  const std::vector<Variant>& elements() const { return elements_; }
+
+  /// Element by index per dimension; raises 9 outside the bounds.
+  Variant& at(std::initializer_list<int32_t> index);
+  const Variant& at(std::initializer_list<int32_t> index) const;
+
+  bool operator==(const SafeArray&) const = default;
+
+ private:
+  size_t offset(std::initializer_list<int32_t> index) const;
+  std::vector<Bound> bounds_;
+  std::vector<Variant> elements_;
+};
+
+// Conversions (see the top of this header for the rules).
+std::string toText(const Variant& v);
+std::string concatText(const Variant& v);
+bool toBool(const Variant& v);
+int16_t toInteger(const Variant& v);
+int32_t toLong(const Variant& v);
+double toDouble(const Variant& v);
+Date toDate(const Variant& v);
+
+/// Plain decimal text of a number, locale-free.
+std::string formatNumber(double value);
+/// Reads a locale-free decimal number ("12", "-3.5", "1E+3", blanks around);
+/// false when the text is not a number.
+bool parseNumber(std::string_view text, double& out);
+
+/// Equality of a Variant with a number or a text; never raises.
+bool equals(const Variant& v, double number);
+bool equals(const Variant& v, std::string_view text);
+
+}  // namespace brelvane

@@ -1,0 +1,12 @@
+#pragma once
+// Entry point: registers the component's classes in an object factory.
+
+#include "brelvane/automation/factory.h"
+
+namespace brelvane {
+
+/// Registers Brelvane.CLSCI_LOOKUP and the other classes of the component,
+/// and the reference utility object when no utility object is registered yet.
+void registerBrelvane(ObjectFactory& factory);
+
+}  // namespace brelvane

@@ -1,0 +1,326 @@
+#include "brelvane/automation/variant.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "brelvane/automation/dispatch.h"
+#include "brelvane/automation/error.h"
+
+namespace brelvane {
+
+AutomationError AutomationError::of(int32_t number, std::string detail) {
+  std::string text;
+  switch (number) {
+    case err::kInvalidCall: text = "Invalid procedure call or argument"; break;
+    case err::kOverflow: text = "Overflow"; break;
+    case err::kSubscript: text = "Subscript out of range"; break;
+    case err::kTypeMismatch: text = "Type mismatch"; break;
+    case err::kObjectNotSet: text = "Object variable or With block variable not set"; break;
+    case err::kInvalidNull: text = "Invalid use of Null"; break;
+    case err::kCannotCreate: text = "ActiveX component can't create object"; break;
+    case err::kUnknownMember: text = "Object doesn't support this property or method"; break;
+    case err::kArgumentNotOptional: text = "Argument not optional"; break;
+    case err::kWrongArgumentCount:
+      text = "Wrong number of arguments or invalid property assignment";
+      break;
+    default: text = "Automation error " + std::to_string(number); break;
+  }
+  if (!detail.empty()) text += ": " + detail;
+  return AutomationError(number, "Brelvane", std::move(text));
+}
+
+// ---- Date -------------------------------------------------------------------
+
+std::string Date::iso() const {
+  char buf[32];
+  if (hasTime())
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d", year, month, day, hour, minute,
+                  second);
+  else
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", year, month, day);
+  return buf;
+}
+
+namespace {
+
+bool readInt(std::string_view text, size_t pos, size_t len, int& out) {
+  if (pos + len > text.size()) return false;
+  auto first = text.data() + pos, last = first + len;
+  auto [ptr, ec] = std::from_chars(first, last, out);
+  return ec == std::errc() && ptr == last;
+}
+
+bool validDate(const Date& d) {
+  static constexpr std::array<int, 12> days = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (d.year < 100 || d.year > 9999 || d.month < 1 || d.month > 12 || d.day < 1) return false;
+  bool leap = (d.year % 4 == 0 && d.year % 100 != 0) || d.year % 400 == 0;
+  int limit = d.month == 2 && !leap ? 28 : days[d.month - 1];
+  return d.day <= limit && d.hour < 24 && d.minute < 60 && d.second < 60 && d.hour >= 0 &&
+         d.minute >= 0 && d.second >= 0;
+}
+
+}  // namespace
+
+Date Date::parse(std::string_view text) {
+  Date d;
+  bool ok = text.size() >= 10 && text[4] == '-' && text[7] == '-' && readInt(text, 0, 4, d.year) &&
+            readInt(text, 5, 2, d.month) && readInt(text, 8, 2, d.day);
+  if (ok && text.size() > 10) {
+    ok = (text.size() == 16 || text.size() == 19) && (text[10] == 'T' || text[10] == ' ') &&
+         text[13] == ':' && readInt(text, 11, 2, d.hour) && readInt(text, 14, 2, d.minute);
+    if (ok && text.size() == 19) ok = text[16] == ':' && readInt(text, 17, 2, d.second);
+  }
+  if (!ok || !validDate(d)) throw AutomationError::of(err::kTypeMismatch, "not a date");
+  return d;
+}
+
+// ---- Box and Variant special members ------------------------------------------
+
+template <class T>
+Box<T>::Box() : ptr_(std::make_unique<T>()) {}
+template <class T>
+Box<T>::Box(T value) : ptr_(std::make_unique<T>(std::move(value))) {}
+template <class T>
+Box<T>::Box(const Box& other) : ptr_(std::make_unique<T>(*other.ptr_)) {}
+template <class T>
+Box<T>& Box<T>::operator=(const Box& other) {
+  if (this != &other) ptr_ = std::make_unique<T>(*other.ptr_);
+  return *this;
+}
+template <class T>
+Box<T>::~Box() = default;
+template class Box<SafeArray>;
+
+Variant::Variant(SafeArray array) : v_(Box<SafeArray>(std::move(array))) {}
+Variant::Variant(const Variant&) = default;
+Variant::Variant(Variant&&) noexcept = default;
+Variant& Variant::operator=(const Variant&) = default;
+Variant& Variant::operator=(Variant&&) noexcept = default;
+Variant::~Variant() = default;
+
+std::string_view typeName(VarType type) {
+  static constexpr std::array<std::string_view, 11> names = {
+      "Empty", "Null", "Boolean", "Integer", "Long", "Double",
+      "Date",  "String", "Object", "Array", "Missing"};
+  return names[static_cast<size_t>(type)];
+}
+
+bool Variant::isNumeric() const {
+  auto t = type();
+  return t == VarType::Integer || t == VarType::Long || t == VarType::Double;
+}
+
+namespace {
+[[noreturn]] void mismatch() { throw AutomationError::of(err::kTypeMismatch); }
+}  // namespace
+
+bool Variant::boolean() const {
+  if (auto p = std::get_if<bool>(&v_)) return *p;
+  mismatch();
+}
+const std::string& Variant::string() const {
+  if (auto p = std::get_if<std::string>(&v_)) return *p;
+  mismatch();
+}
+const Date& Variant::date() const {
+  if (auto p = std::get_if<Date>(&v_)) return *p;
+  mismatch();
+}
+const std::shared_ptr<Dispatch>& Variant::object() const {
+  if (auto p = std::get_if<std::shared_ptr<Dispatch>>(&v_)) return *p;
+  mismatch();
+}
+const SafeArray& Variant::array() const {
+  if (auto p = std::get_if<Box<SafeArray>>(&v_)) return **p;
+  mismatch();
+}
+SafeArray& Variant::array() {
+  if (auto p = std::get_if<Box<SafeArray>>(&v_)) return **p;
+  mismatch();
+}
+double Variant::number() const {
+  switch (type()) {
+    case VarType::Integer: return std::get<int16_t>(v_);
+    case VarType::Long: return std::get<int32_t>(v_);
+    case VarType::Double: return std::get<double>(v_);
+    default: mismatch();
+  }
+}
+
+bool operator==(const Variant& a, const Variant& b) {
+  if (a.type() != b.type()) return false;
+  switch (a.type()) {
+    case VarType::Empty:
+    case VarType::Null:
+    case VarType::Missing: return true;
+    case VarType::Boolean: return a.boolean() == b.boolean();
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Double: return a.number() == b.number();
+    case VarType::Date: return a.date() == b.date();
+    case VarType::String: return a.string() == b.string();
+    case VarType::Object: return a.object() == b.object();
+    case VarType::Array: return a.array() == b.array();
+  }
+  return false;
+}
+
+// ---- SafeArray ----------------------------------------------------------------
+
+SafeArray::SafeArray(std::vector<Bound> bounds) : bounds_(std::move(bounds)) {
+  size_t n = bounds_.empty() ? 0 : 1;
+  for (const auto& b : bounds_) n *= b.count();
+  elements_.resize(n);
+}
+
+size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
+  if (index.size() != bounds_.size()) throw AutomationError::of(err::kSubscript);
+  size_t off = 0;
+  auto b = bounds_.begin();
+  for (int32_t i : index) {
+    if (i < b->lower || i > b->upper) throw AutomationError::of(err::kSubscript);
+    off = off * b->count() + static_cast<size_t>(i - b->lower);
+    ++b;
+  }
+  return off;
+}
+Variant& SafeArray::at(std::initializer_list<int32_t> index) { return elements_[offset(index)]; }
+const Variant& SafeArray::at(std::initializer_list<int32_t> index) const {
+  return elements_[offset(index)];
+}
+
+// ---- Numbers -----------------------------------------------------------------
+
+std::string formatNumber(double value) {
+  if (value == std::trunc(value) && std::fabs(value) < 1e15) {
+    char buf[32];
+    auto [ptr, ec] = std::to_chars(buf, buf + sizeof buf, static_cast<long long>(value));
+    return std::string(buf, ptr);
+  }
+  // Up to 15 significant digits, exponent written as E+nn / E-nn.
+  char buf[64];
+  auto [ptr, ec] = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 15);
+  std::string text(buf, ptr);
+  if (auto e = text.find('e'); e != std::string::npos) text[e] = 'E';
+  return text;
+}
+
+bool parseNumber(std::string_view text, double& out) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+  bool negative = false;
+  if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
+    negative = text.front() == '-';
+    text.remove_prefix(1);
+  }
+  if (text.empty() || !(std::isdigit(static_cast<unsigned char>(text.front())) || text.front() == '.'))
+    return false;
+  double value = 0;
+  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || ptr != text.data() + text.size()) return false;
+  out = negative ? -value : value;
+  return true;
+}
+
+namespace {
+
+// The numeric reading of a Variant for the integer and floating conversions.
+double numericValue(const Variant& v) {
+  switch (v.type()) {
+    case VarType::Empty: return 0;
+    case VarType::Null: throw AutomationError::of(err::kInvalidNull);
+    case VarType::Boolean: return v.boolean() ? -1 : 0;
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Double: return v.number();
+    case VarType::String: {
+      double d;
+      if (!parseNumber(v.string(), d)) mismatch();
+      return d;
+    }
+    default: mismatch();
+  }
+}
+
+template <class I>
+I roundToInteger(const Variant& v) {
+  double d = numericValue(v);
+  double r = std::nearbyint(d);  // the default rounding mode: half to even
+  if (!std::isfinite(r) || r < std::numeric_limits<I>::min() || r > std::numeric_limits<I>::max())
+    throw AutomationError::of(err::kOverflow);
+  return static_cast<I>(r);
+}
+
+}  // namespace
+
+int16_t toInteger(const Variant& v) { return roundToInteger<int16_t>(v); }
+int32_t toLong(const Variant& v) { return roundToInteger<int32_t>(v); }
+double toDouble(const Variant& v) { return numericValue(v); }
+
+bool toBool(const Variant& v) {
+  if (v.type() == VarType::String) {
+    const auto& s = v.string();
+    if (sameName(s, "True")) return true;
+    if (sameName(s, "False")) return false;
+  }
+  return numericValue(v) != 0;
+}
+
+Date toDate(const Variant& v) {
+  if (v.type() == VarType::Date) return v.date();
+  if (v.type() == VarType::String) return Date::parse(v.string());
+  if (v.isNull()) throw AutomationError::of(err::kInvalidNull);
+  mismatch();
+}
+
+std::string toText(const Variant& v) {
+  switch (v.type()) {
+    case VarType::Empty: return {};
+    case VarType::Null: throw AutomationError::of(err::kInvalidNull);
+    case VarType::Boolean: return v.boolean() ? "True" : "False";
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Double: return formatNumber(v.number());
+    case VarType::Date: return v.date().iso();
+    case VarType::String: return v.string();
+    default: mismatch();
+  }
+}
+
+std::string concatText(const Variant& v) { return v.isNull() ? std::string() : toText(v); }
+
+bool equals(const Variant& v, double number) {
+  switch (v.type()) {
+    case VarType::Empty: return number == 0;
+    case VarType::Boolean: return (v.boolean() ? -1 : 0) == number;
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Double: return v.number() == number;
+    case VarType::String: {
+      double d;
+      return parseNumber(v.string(), d) && d == number;
+    }
+    default: return false;
+  }
+}
+
+bool equals(const Variant& v, std::string_view text) {
+  switch (v.type()) {
+    case VarType::Empty: return text.empty();
+    case VarType::String: return v.string() == text;
+    case VarType::Boolean: return toText(v) == text;
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Double: {
+      double d;
+      return parseNumber(text, d) && d == v.number();
+    }
+    case VarType::Date: return v.date().iso() == text;
+    default: return false;
+  }
+}
+
+}  // namespace brelvane

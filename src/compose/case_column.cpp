@@ -1,0 +1,44 @@
+#include "compose/case_column.h"
+
+#include <charconv>
+
+#include "compose/guard.h"
+
+namespace brelvane {
+
+void appendLabel(SqlText& sql, const HostAccess& host, int32_t messageId) {
+  sql.append(host.label(messageId), "' ");
+}
+
+void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) {
+  for (auto line : column.open) sql.line(line);
+  const BranchForm& form = column.form;
+  for (const Branch& branch : column.branches) {
+    char digits[16];
+    auto end = std::to_chars(digits, digits + sizeof digits, branch.value).ptr;
+    std::string_view value(digits, static_cast<size_t>(end - digits));
+    sql.append(form.when);
+    for (int pad = form.width - static_cast<int>(value.size()); pad > 0; --pad) sql.append(" ");
+    sql.append(value);
+    if (form.twoLines) sql.line();
+    sql.append(form.then);
+    appendLabel(sql, host, branch.messageId);
+    sql.line();
+  }
+  if (column.otherwise.present()) {
+    sql.append(column.otherwise.line);
+    if (column.otherwise.messageId != 0) appendLabel(sql, host, column.otherwise.messageId);
+    sql.line();
+  }
+  for (auto line : column.close) sql.line(line);
+}
+
+std::string caseFragment(const HostAccess& host, const CaseColumn& column) {
+  return fragmentOrEmpty([&] {
+    SqlText sql(1024);
+    appendCase(sql, host, column);
+    return sql.take();
+  });
+}
+
+}  // namespace brelvane

@@ -1,0 +1,59 @@
+#pragma once
+// CASE columns: a coded column turned into localised words by the database.
+// Each column is a small table (opening lines, branch form, value -> message
+// id list, optional ELSE, closing lines); one helper writes them all.
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "compose/host_access.h"
+#include "compose/sql_text.h"
+
+namespace brelvane {
+
+/// How one WHEN branch is written. A two-line branch is
+///   when + value            CR LF
+///   then + label + "' "     CR LF
+/// and a one-line branch is
+///   when + value + then + label + "' "   CR LF
+/// where the value is right-aligned to `width` characters (0: as it is).
+struct BranchForm {
+  std::string_view when;
+  std::string_view then;
+  int width = 0;
+  bool twoLines = false;
+};
+
+struct Branch {
+  int32_t value;
+  int32_t messageId;
+};
+
+/// The ELSE of a CASE: none, a literal line, or a head followed by a label.
+struct CaseElse {
+  std::string_view line;      ///< literal line, or the head before the label
+  int32_t messageId = 0;      ///< non-zero: line + label + "' "
+  bool present() const { return !line.empty(); }
+};
+
+struct CaseColumn {
+  std::initializer_list<std::string_view> open;
+  BranchForm form;
+  std::initializer_list<Branch> branches;
+  CaseElse otherwise;
+  std::initializer_list<std::string_view> close;
+};
+
+/// Appends the whole CASE column, each line ending in CR LF; each label is
+/// fetched (GetLabel) when its line is written.
+void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column);
+
+/// The CASE column as a fragment, or "" when anything fails.
+std::string caseFragment(const HostAccess& host, const CaseColumn& column);
+
+/// Appends "'" + label + "' " (the quoted-label tail shared by every branch).
+void appendLabel(SqlText& sql, const HostAccess& host, int32_t messageId);
+
+}  // namespace brelvane

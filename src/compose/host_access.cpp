@@ -1,0 +1,84 @@
+#include "compose/host_access.h"
+
+#include "compose/sql_text.h"
+
+namespace brelvane {
+
+UtilityObject& HostAccess::utility() const { return required(utility_); }
+
+std::shared_ptr<HostContext> HostAccess::contextPtr() const { return required(host_).Context(); }
+
+std::string HostAccess::message(int32_t id) const {
+  auto context = contextPtr();
+  auto messages = required(context).Messages();
+  return required(messages).GetMessageText(id, SafeArray());
+}
+
+std::string HostAccess::label(int32_t id) const {
+  std::string text = message(id);
+  auto context = contextPtr();
+  auto messages = required(context).Messages();
+  return required(messages).PrepareSqlText(text);
+}
+
+Variant HostAccess::companyCode() const {
+  auto context = contextPtr();
+  auto company = required(context).Company();
+  Variant code = required(company).Code();
+  return utility().ValueOrDefault(code, Variant(int32_t{0}));
+}
+
+std::string HostAccess::companyCodeText() const { return concatText(companyCode()); }
+
+bool HostAccess::companyModeIs2() const {
+  auto context = contextPtr();
+  auto company = required(context).Company();
+  auto settings = required(company).Settings();
+  Variant mode = required(settings).CompanyMode();
+  return equals(utility().ValueOrDefault(mode, Variant("")), 2);
+}
+
+Variant HostAccess::languageCode() const {
+  auto context = contextPtr();
+  auto company = required(context).Company();
+  return required(company).LanguageCode();
+}
+
+Variant HostAccess::installationSetting() const { return required(host_).InstallationSetting(); }
+
+namespace {
+template <class Range>
+Variant makeFields(const Range& captions) {
+  SafeArray a({Bound{0, 1}, Bound{0, static_cast<int32_t>(captions.size()) - 1}});
+  int32_t c = 0;
+  for (const auto& caption : captions) {
+    a.at({0, c}) = Variant(std::string(caption));
+    a.at({1, c}) = Variant("");
+    ++c;
+  }
+  return Variant(std::move(a));
+}
+}  // namespace
+
+Variant fieldsArray(std::initializer_list<std::string_view> captions) {
+  return makeFields(captions);
+}
+Variant fieldsArray(const std::vector<std::string>& captions) { return makeFields(captions); }
+
+void replaceAll(std::string& text, std::string_view from, std::string_view to) {
+  if (from.empty()) return;
+  std::string out;
+  size_t pos = 0, hit;
+  bool any = false;
+  while ((hit = text.find(from, pos)) != std::string::npos) {
+    if (!any) out.reserve(text.size() + 16);
+    any = true;
+    out.append(text, pos, hit - pos).append(to);
+    pos = hit + from.size();
+  }
+  if (!any) return;
+  out.append(text, pos);
+  text = std::move(out);
+}
+
+}  // namespace brelvane

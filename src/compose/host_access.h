@@ -1,0 +1,59 @@
+#pragma once
+// HostAccess: the host framework operations a composing method needs, each
+// reaching the host afresh through ActiveInterface.
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "brelvane/host/host.h"
+#include "brelvane/host/utility.h"
+
+namespace brelvane {
+
+class HostAccess {
+ public:
+  /// Either pointer may be null: a call that needs it then raises 91.
+  HostAccess(const std::shared_ptr<HostInterface>& host, const std::shared_ptr<UtilityObject>& utility)
+      : host_(host), utility_(utility) {}
+
+  bool hasHost() const { return host_ != nullptr; }
+  UtilityObject& utility() const;
+
+  /// GetMessageText with an empty argument array: captions.
+  std::string message(int32_t id) const;
+  /// GetMessageText then PrepareSqlText: every text placed between quotes.
+  std::string label(int32_t id) const;
+  /// ValueOrDefault(Context.Company.Code, 0).
+  Variant companyCode() const;
+  /// The company code as decimal text, for numeric insertion.
+  std::string companyCodeText() const;
+  /// ValueOrDefault(Context.Company.Settings.CompanyMode, "") equals 2.
+  bool companyModeIs2() const;
+  /// LanguageCode of the current company.
+  Variant languageCode() const;
+  /// The installation setting that chooses a launcher.
+  Variant installationSetting() const;
+
+ private:
+  HostContext& context() const;
+  std::shared_ptr<HostContext> contextPtr() const;
+  std::shared_ptr<HostInterface> host_;
+  std::shared_ptr<UtilityObject> utility_;
+};
+
+/// Raises 91 when `p` is null; returns it otherwise.
+template <class T>
+T& required(const std::shared_ptr<T>& p) {
+  if (!p) throw AutomationError::of(err::kObjectNotSet);
+  return *p;
+}
+
+/// An Arr_Fields array (0 To 1, 0 To N-1): captions in row 0, "" in row 1.
+Variant fieldsArray(std::initializer_list<std::string_view> captions);
+Variant fieldsArray(const std::vector<std::string>& captions);
+
+}  // namespace brelvane

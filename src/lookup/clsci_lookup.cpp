@@ -1,0 +1,47 @@
+#include "brelvane/lookup/clsci_lookup.h"
+
+#include "compose/guard.h"
+#include "compose/host_access.h"
+
+namespace brelvane {
+
+CLSCI_LOOKUP::CLSCI_LOOKUP(ObjectFactory& factory) {
+  ignoringErrors([&] {
+    utility_ = factory.createAs<UtilityObject>(kUtilityProgId);
+    required(utility_).Initialise();
+  });
+}
+
+CLSCI_LOOKUP::~CLSCI_LOOKUP() {
+  if (utility_) ignoringErrors([&] { utility_->Release(); });
+}
+
+const ClassInfo& CLSCI_LOOKUP::registration() {
+  using T = CLSCI_LOOKUP;
+  static const ClassInfo info =
+      ClassBuilder<T>(std::string(kProgId), "Lookup definitions for the host's lookup grid")
+          .property("ActiveInterface", &T::ActiveInterface, "HostInterface", {},
+                    "the host framework object: labels and current company")
+          .property("Str_Sql", &T::Str_Sql, {}, {}, "SQL of the last lookup; \"\" after a failure")
+          .property("Arr_Fields", &T::Arr_Fields, {}, {}, "column captions (0 To 1, 0 To N)")
+          .property("Str_Caption", &T::Str_Caption, {}, {}, "caption of the lookup window")
+          .property("IDLookup", &T::IDLookup, {}, {}, "lookup identifier \"Lkp_...\"")
+          .property("Connessione", &T::Connessione, "Connection", {}, "the company database")
+          .property("TipoLookupPdC", &T::TipoLookupPdC, "TipoLookupPdC", {}, "kind of chart to list")
+          .property("Segno", &T::Segno, "Segno", {}, "sign filter")
+          .property("Causale", &T::Causale, {}, {}, "causal code filter")
+          .property("DataValiditaConti", &T::DataValiditaConti, {}, {},
+                    "reference date for disabled accounts (Null: none)")
+          .method("NatureCosti", &T::NatureCosti, {}, "cost natures")
+          .method("ProvenienzeCosti", &T::ProvenienzeCosti, {}, "cost origins")
+          .method("TipiContiCoin", &T::TipiContiCoin, {}, "industrial account kinds")
+          .method("TipiAttivita", &T::TipiAttivita, {}, "activity kinds")
+          .method("VariabilitaCosti", &T::VariabilitaCosti, {}, "cost variability")
+          .method("NatureCausali", &T::NatureCausali, {}, "causal natures")
+          .method("TipoCliFor", &T::TipoCliFor, {}, "customer or supplier")
+          .method("StatoRegCogeCoin", &T::StatoRegCogeCoin, {}, "registration states")
+          .build();
+  return info;
+}
+
+}  // namespace brelvane
