@@ -51,6 +51,17 @@ class Dispatch {
   virtual const ClassInfo* classInfo() const { return nullptr; }
 };
 
+/// An object with outgoing events. A sink is any Dispatch: each event is
+/// delivered synchronously as sink->invoke(eventName, args), by-reference
+/// arguments included, so a sink's changes reach the raiser.
+class ConnectionPointContainer {
+ public:
+  virtual ~ConnectionPointContainer() = default;
+  /// Connects a sink; returns the cookie that disconnects it.
+  virtual int32_t Advise(const std::shared_ptr<Dispatch>& sink) = 0;
+  virtual void Unadvise(int32_t cookie) = 0;
+};
+
 /// Case-insensitive comparison of member names (ASCII letters fold).
 bool sameName(std::string_view a, std::string_view b);
 
