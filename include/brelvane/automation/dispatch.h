@@ -231,7 +231,7 @@ class ArgHolder {
       if constexpr (ArgPass<A>::byRef)
         return slot_;
       else
-        return Variant(slot_);
+        return static_cast<const Variant&>(slot_);  // copies, or binds a const&
     } else {
       return value_;
     }
