@@ -40,6 +40,14 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
           .method("NatureCausali", &T::NatureCausali, {}, "causal natures")
           .method("TipoCliFor", &T::TipoCliFor, {}, "customer or supplier")
           .method("StatoRegCogeCoin", &T::StatoRegCogeCoin, {}, "registration states")
+          .method("CausaliContabilitàIndustriale", &T::CausaliContabilitàIndustriale, {},
+                  "industrial-accounting causal codes")
+          .method("CausaliPerTipoMovimentazione", &T::CausaliPerTipoMovimentazione,
+                  {arg("fintMaskTipoMovimentazione")}, "causal codes by movement type")
+          .method("CausaliPerTipoMovimentazioneANumerazioneAutomatica",
+                  &T::CausaliPerTipoMovimentazioneANumerazioneAutomatica,
+                  {arg("fintMaskTipoMovimentazione")},
+                  "causal codes by movement type, automatic numbering only")
           .build();
   return info;
 }

@@ -56,6 +56,14 @@ class CLSCI_LOOKUP final : public AutomationObject<CLSCI_LOOKUP> {
   void TipoCliFor();
   void StatoRegCogeCoin();
 
+  // ---- Causal codes ----
+  /// Every causal code; the project layout when CompanyMode is 2.
+  void CausaliContabilitàIndustriale();
+  /// The causal codes of the movement types the mask selects.
+  void CausaliPerTipoMovimentazione(int16_t fintMaskTipoMovimentazione);
+  /// As CausaliPerTipoMovimentazione, automatic numbering only.
+  void CausaliPerTipoMovimentazioneANumerazioneAutomatica(int16_t fintMaskTipoMovimentazione);
+
  private:
   friend class lookup::Frame;
   std::shared_ptr<UtilityObject> utility_;
