@@ -40,6 +40,17 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
           .method("NatureCausali", &T::NatureCausali, {}, "causal natures")
           .method("TipoCliFor", &T::TipoCliFor, {}, "customer or supplier")
           .method("StatoRegCogeCoin", &T::StatoRegCogeCoin, {}, "registration states")
+          .method("PianoDeiConti", &T::PianoDeiConti, {}, "charts of accounts by TipoLookupPdC")
+          .method("AnagraficaInsiemiRibaltamenti", &T::AnagraficaInsiemiRibaltamenti,
+                  {opt("CampoOrdinamento")}, "rollover sets")
+          .method(
+              "AnagraficaIntermediPDCCoGe2", &T::AnagraficaIntermediPDCCoGe2,
+              {arg("flngCodiceDitta"), arg("CodicePdC"), opt("fintLivello", Variant(int16_t{1}))},
+              "not provided: always a failed lookup")
+          .method("ClassiCorrelate", &T::ClassiCorrelate, {arg("CodicePdC")},
+                  "correlated account classes of a chart")
+          .method("AnagraficaPianoDeiConti", &T::AnagraficaPianoDeiConti, {arg("CodicePdC")},
+                  "accounts of a chart, by the chart's kind")
           .method("CausaliContabilitàIndustriale", &T::CausaliContabilitàIndustriale, {},
                   "industrial-accounting causal codes")
           .method("CausaliPerTipoMovimentazione", &T::CausaliPerTipoMovimentazione,

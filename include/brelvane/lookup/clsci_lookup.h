@@ -56,6 +56,21 @@ class CLSCI_LOOKUP final : public AutomationObject<CLSCI_LOOKUP> {
   void TipoCliFor();
   void StatoRegCogeCoin();
 
+  // ---- Charts of accounts ----
+  /// The charts of the kind TipoLookupPdC selects (0 to 9).
+  void PianoDeiConti();
+  /// The rollover sets of the current company, sorted by CampoOrdinamento
+  /// (default CI58_CODICE).
+  void AnagraficaInsiemiRibaltamenti(const Variant& CampoOrdinamento);
+  /// Empty on purpose: only sets Str_Sql to "".
+  void AnagraficaIntermediPDCCoGe2(int32_t flngCodiceDitta, const Variant& CodicePdC,
+                                   int16_t fintLivello);
+  /// The class correlations of one chart.
+  void ClassiCorrelate(const Variant& CodicePdC);
+  /// The accounts of one chart, laid out by the chart's kind (read over
+  /// Connessione first).
+  void AnagraficaPianoDeiConti(const Variant& CodicePdC);
+
   // ---- Causal codes ----
   /// Every causal code; the project layout when CompanyMode is 2.
   void CausaliContabilitàIndustriale();

@@ -1,0 +1,365 @@
+// Chart-of-accounts lookups: the list of charts, the rollover sets, the
+// correlated account classes and the accounts of one chart.
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "compose/case_column.h"
+#include "lookup/builders.h"
+#include "lookup/frame.h"
+
+namespace brelvane {
+
+namespace {
+
+// ---- PianoDeiConti -------------------------------------------------------
+
+/// The label of a chart kind in the PC01_INDTIPOPDC column. Kind 1 reads
+/// differently when the company uses account statuses.
+int32_t chartKindLabel(const HostAccess& host, int kind) {
+  switch (kind) {
+    case 1:
+      return host.companyModeIs2() ? 15471 : 75036;
+    case 2:
+      return 61310;
+    case 3:
+      return 49181;
+    case 4:
+      return 49174;
+    case 5:
+      return 90764;
+    default:
+      return 93858;
+  }
+}
+
+/// What each TipoLookupPdC lists: the window caption and the condition on
+/// PC01_INDTIPOPDC. The simple conditions end in a lone CR (the ORDER BY
+/// follows on the same line as far as a line-feed reader is concerned); the
+/// configured ones add the per-level count of PC02_CONFIGPDC.
+struct ChartSelection {
+  std::string_view caption;
+  std::string_view condition;  ///< "" for no WHERE at all
+  bool configuredOnly = false;
+};
+
+constexpr ChartSelection kChartSelections[] = {
+    {"Elenco piano dei conti", ""},
+    {"Elenco piano dei conti di riclassificazione", " WHERE     PC01_INDTIPOPDC IN (3,5,6)"},
+    {"Elenco piano dei conti non di riclassificazione",
+     " WHERE     PC01_INDTIPOPDC NOT IN (3,4,5,6)"},
+    {"Elenco piano dei conti di contabilità industriale", " WHERE     PC01_INDTIPOPDC = 1"},
+    {"Elenco piano dei conti voci di spesa", " WHERE     PC01_INDTIPOPDC = 2"},
+    {"Elenco piano dei conti di contabilità industriale configurati",
+     " WHERE     PC01_INDTIPOPDC = 1", true},
+    {"Elenco piano dei conti voci di spesa configurati", " WHERE     PC01_INDTIPOPDC = 2", true},
+    {"Elenco piano dei conti riclassificato intercompany", " WHERE     PC01_INDTIPOPDC = 4"},
+    {"Elenco piano dei conti riclassificato BE - VL", " WHERE     PC01_INDTIPOPDC = 5"},
+    {"Elenco piano dei conti riclassificato Bilanci Infrannuali", " WHERE     PC01_INDTIPOPDC = 6"},
+};
+
+void appendChartSelection(SqlText& sql, const ChartSelection& selection) {
+  if (selection.condition.empty()) return;
+  if (!selection.configuredOnly) {
+    sql.append(selection.condition).cr();
+    return;
+  }
+  sql.line(selection.condition);
+  sql.line("   AND (");
+  sql.line("           (                                           ");
+  sql.line("               SELECT  COUNT(*)                        ");
+  sql.line("               FROM    PC02_CONFIGPDC  WITH(NOLOCK)    ");
+  sql.line("               WHERE   PC02_CODICE_PC01 = PC01_CODICE  ");
+  sql.line("           ) = PC01_TOTLIVELLI                         ");
+  sql.line("       )");
+}
+
+// ---- AnagraficaPianoDeiConti ---------------------------------------------
+
+/// The kind of a chart as PC01_DESCRPDC stores it.
+enum class ChartKind { Unknown, Industrial, SpendingItems, Reclassification };
+
+ChartKind chartKindOf(const Variant& kind) {
+  if (equals(kind, 1)) return ChartKind::Industrial;
+  if (equals(kind, 2)) return ChartKind::SpendingItems;
+  for (int k = 3; k <= 6; ++k)
+    if (equals(kind, k)) return ChartKind::Reclassification;
+  return ChartKind::Unknown;
+}
+
+/// Reads PC01_INDTIPOPDC of the chart over the connection; nothing when the
+/// chart is not in the register. The recordset is closed either way.
+std::optional<Variant> readChartKind(Connection& connection, const std::string& chartCode) {
+  SqlText query(256);
+  query.line(" SELECT  PC01_INDTIPOPDC");
+  query.line(" FROM    PC01_DESCRPDC   WITH(NOLOCK)");
+  query.line(" WHERE   PC01_CODICE = ", chartCode);
+  const std::shared_ptr<Recordset> rows = connection.Execute(query.take(), ado::kCmdUnspecified);
+  struct Closer {
+    Recordset* recordset;
+    ~Closer() {
+      if (recordset) ignoringErrors([this] { recordset->Close(); });
+    }
+  } closer{rows.get()};
+  if (required(rows).Eof()) return std::nullopt;
+  return rows->Field(std::string("PC01_INDTIPOPDC"));
+}
+
+/// Without a connection the kind of the chart cannot be read: account and
+/// description only, the analytic description preferred.
+void generalLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+  f.columns({"Conto", "Descrizione"});
+  sql.line(" SELECT   PC03_CONTO");
+  sql.line(
+      "     ,   ISNULL ((SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01 ,PC03_CONTO, "
+      "NULL, <LINGUA> )),");
+  sql.line(
+      "                 (SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, "
+      "NULL, <LINGUA> ))");
+  sql.line("                 ) AS PC03_DESCR");
+  sql.line(" FROM     PC03_ANAGPDC     WITH(NOLOCK)");
+  sql.line(" WHERE    PC03_CODICE_PC01 = ", chartCode);
+  sql.line(" ORDER BY PC03_CONTO");
+  f.id("Lkp_AnagraficaPdC");
+}
+
+// Layouts of the industrial (kind 1) and spending-items (kind 2) charts.
+// Each shows its accounts with the columns a user of that chart works with,
+// the status columns of ColonneStatoPdC ("Disattivato", "Data
+// Disattivazione") exactly when that fragment is produced (account statuses
+// on, no reference date), in which case JoinStatiPdC brings in PC17_STATIPDC;
+// with a reference date FiltroContiDisattivati follows the chart condition
+// instead. The captions are taken from the fragments actually composed, so
+// Arr_Fields always matches the SELECT list.
+//
+// Kind 1: Conto, Descrizione, Tipo conto (CaseTipoContoCI), Conto di
+// riferimento, Natura, UM, Costo ultimo (CaseFlgGesCoSult), Quadratura
+// (CaseFlgQuadratura), Raggruppamento (CaseFlgVistoTMas), Analitico
+// (CaseIsAnalitico), Provenienza (CaseIndProvCosto), then the status columns.
+// Only accounts of an industrial-account kind (1 to 10, the members of
+// indicator 7) are listed.
+//
+// Kind 2: Conto, Descrizione, Natura, Tipologia Natura, Provenienza
+// (CaseIndProvCosto), Analitico (CaseIsAnalitico), the status columns, UM,
+// Costo ultimo (CaseFlgGesCoSult), Raggruppamento (CaseFlgVistoTMas).
+
+constexpr std::string_view kIndustrialAccountKinds = "(1,2,3,4,5,6,7,8,9,10)";
+
+void statusCaptions(std::vector<std::string>& captions, const std::string& statusColumns) {
+  if (statusColumns.empty()) return;
+  captions.emplace_back("Disattivato");
+  captions.emplace_back("Data Disattivazione");
+}
+
+void industrialLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+  const HostAccess& host = f.host;
+  const Variant& date = f.object().DataValiditaConti;
+  const std::string statusColumns = lookup::ColonneStatoPdC(host, date);
+  std::vector<std::string> captions{
+      "Conto",          "Descrizione", "Tipo conto",   "Conto di riferimento",
+      "Natura",         "UM",          "Costo ultimo", "Quadratura",
+      "Raggruppamento", "Analitico",   "Provenienza"};
+  statusCaptions(captions, statusColumns);
+  f.columns(captions);
+  sql.line(" SELECT   PC03_CONTO");
+  sql.line(
+      "      ,    ( SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01, PC03_CONTO, NULL, "
+      "<LINGUA>)) AS PC03_DESCR");
+  sql.append(lookup::CaseTipoContoCI(host));
+  sql.line("     ,     PC03_CONTORIF_PC03");
+  sql.line("     ,     ISNULL(PC04_DESCR,'')  AS PC03_NATURA_PC04");
+  sql.line("     ,     PC03_UM");
+  sql.append(lookup::CaseFlgGesCoSult(host));
+  sql.append(lookup::CaseFlgQuadratura(host));
+  sql.append(lookup::CaseFlgVistoTMas(host));
+  sql.append(lookup::CaseIsAnalitico(host));
+  sql.append(lookup::CaseIndProvCosto(host));
+  sql.append(statusColumns);
+  sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
+  sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
+  sql.append(lookup::JoinStatiPdC(host, date));
+  sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
+  sql.append(lookup::FiltroContiDisattivati(host, date, false));
+  sql.line(" AND PC03_TIPOCONTOCI IN ", kIndustrialAccountKinds);
+  sql.line(" ORDER BY PC03_TIPOCONTOCI, PC03_CONTO");
+  f.id("Lkp_COINPDCCOIN");
+}
+
+void spendingItemsLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+  const HostAccess& host = f.host;
+  const Variant& date = f.object().DataValiditaConti;
+  const std::string statusColumns = lookup::ColonneStatoPdC(host, date);
+  std::vector<std::string> captions{"Conto",       "Descrizione", "Natura", "Tipologia Natura",
+                                    "Provenienza", "Analitico"};
+  statusCaptions(captions, statusColumns);
+  captions.insert(captions.end(), {"UM", "Costo ultimo", "Raggruppamento"});
+  f.columns(captions);
+  sql.line("SELECT    PC03_CONTO");
+  sql.line(
+      "    ,    ( SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01, PC03_CONTO, NULL, "
+      "<LINGUA>)) AS PC03_DESCR");
+  sql.line("    ,     ISNULL(PC04_DESCR,'')  AS PC03_NATURA_PC04");
+  // The cost-nature kinds; no ELSE, so an unknown kind shows NULL.
+  appendCase(sql, host,
+             {.open = {"     , (CASE PC04_INDCOSTORIC"},
+              .form = {"           WHEN ", " THEN '", 0, false},
+              .branches = {{0, 39796}, {1, 16572}, {2, 48931}, {3, 66288}, {4, 59381}},
+              .otherwise = {},
+              .close = {"        END  )               AS TIPOLOGIA_NTC_DES"}});
+  sql.append(lookup::CaseIndProvCosto(host));
+  sql.append(lookup::CaseIsAnalitico(host));
+  sql.append(statusColumns);
+  sql.line("     ,     PC03_UM");
+  sql.append(lookup::CaseFlgGesCoSult(host));
+  sql.append(lookup::CaseFlgVistoTMas(host));
+  sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
+  sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
+  sql.append(lookup::JoinStatiPdC(host, date));
+  sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
+  sql.append(lookup::FiltroContiDisattivati(host, date, false));
+  sql.line(" ORDER BY  PC03_CONTO");
+  f.id("Lkp_COINPDCVDS");
+}
+
+/// Reclassification charts (kinds 3 to 6): the general-accounting
+/// description and the reclassification columns.
+void reclassificationLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+  const HostAccess& host = f.host;
+  f.columns({"Conto", "Descrizione", "Tipo conto", "Fonti e impieghi", "Segno", "Raggruppamento",
+             "Partite infragruppo"});
+  sql.line(" SELECT    PC03_CONTO");
+  sql.line(
+      "      ,    (SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, "
+      "<LINGUA>)) AS PC03_DESCR");
+  sql.append(lookup::CaseTipoContoRicl(host));
+  sql.append(lookup::CaseIndFontiUsi(host));
+  sql.append(lookup::CaseIndSegno(host));
+  sql.append(lookup::CaseFlgVistoTMas(host));
+  sql.append(lookup::CaseFlgPartInfra(host));
+  sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
+  sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
+  sql.line(" ORDER BY  PC03_CONTO");
+  f.id("Lkp_COINPDCRICL");
+}
+
+}  // namespace
+
+void CLSCI_LOOKUP::PianoDeiConti() {
+  compose([this](lookup::Frame& f) {
+    f.columns({"Codice", "Descrizione", "Numero livelli", "Tipo PdC"});
+    SqlText sql;
+    sql.line(" SELECT   PC01_CODICE              ");
+    sql.line("     ,    PC01_DESCR               ");
+    sql.line("     ,    PC01_TOTLIVELLI          ");
+    sql.line("     ,                              ");
+    sql.line("     CASE PC01_INDTIPOPDC           ");
+    // Labels fetched inline: a failing fetch fails the whole lookup.
+    for (int kind = 1; kind <= 6; ++kind) {
+      sql.line("       WHEN ", std::to_string(kind));
+      sql.append("           THEN '");
+      appendLabel(sql, f.host, chartKindLabel(f.host, kind));
+      sql.line();
+    }
+    sql.line("     END AS PC01_INDTIPOPDC         ");
+    sql.line(" FROM      PC01_DESCRPDC WITH(NOLOCK)             ");
+    // Any other TipoLookupPdC keeps the previous caption and lists every chart.
+    if (TipoLookupPdC >= 0 && TipoLookupPdC < static_cast<int32_t>(std::size(kChartSelections))) {
+      const ChartSelection& selection = kChartSelections[TipoLookupPdC];
+      appendChartSelection(sql, selection);
+      f.captionText(std::string(selection.caption));
+    }
+    sql.line(" ORDER     BY PC01_CODICE  ");
+    f.sql(sql);
+    f.id("Lkp_PdC");
+  });
+}
+
+void CLSCI_LOOKUP::AnagraficaInsiemiRibaltamenti(const Variant& CampoOrdinamento) {
+  compose([&](lookup::Frame& f) {
+    f.columns({"Codice", "Descrizione"});
+    f.caption(74710);
+    // Missing, Null, Empty and "" all sort by code; any other text is used
+    // as given, so the host may pass a column list or a DESC clause.
+    std::string order = CampoOrdinamento.isMissing() ? "" : concatText(CampoOrdinamento);
+    if (order.empty()) order = "CI58_CODICE";
+    SqlText sql(256);
+    sql.append("SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK) ",
+               " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ", order);
+    f.sql(sql);
+    f.id("Lkp_AnagraficaInsiemiRibaltamenti");
+  });
+}
+
+void CLSCI_LOOKUP::AnagraficaIntermediPDCCoGe2(int32_t, const Variant&, int16_t) {
+  // Kept empty on purpose: the host sees a failed lookup.
+  Str_Sql.clear();
+}
+
+void CLSCI_LOOKUP::ClassiCorrelate(const Variant& CodicePdC) {
+  compose([&](lookup::Frame& f) {
+    f.columns(
+        {"Classe", "Descrizione", "Classe correlata", "Conto correlato", "Classe da esplodere"});
+    const std::string chartCode =
+        concatText(f.host.utility().ValueOrDefault(CodicePdC, Variant(int32_t{0})));
+    f.captionText(f.host.message(74741) + " " + chartCode);
+    SqlText sql;
+    sql.line(" SELECT  PC06_CLASSE_PC05              ");
+    sql.line("     ,   PC05_DESCR                    ");
+    sql.line("     ,   PC06_CLASCOR_PC05             ");
+    sql.line("     ,   PC06_CONTOCOR_PC03            ");
+    appendCase(sql, f.host,
+               {.open = {"     ,   CASE    PC06_FLGESPLCLASSE    "},
+                .form = {"           WHEN ", "               THEN '", 0, true},
+                .branches = {{0, 39318}, {1, 52384}},
+                .otherwise = {},
+                .close = {"         END AS  PC06_FLGESPLCLASSE    "}});
+    sql.line(" FROM    PC06_CORRCLASSI         WITH(NOLOCK)   ");
+    sql.line(" OUTER APPLY FNPC05_CLASSI(PC06_CODICE_PC01, PC06_CLASSE_PC05 , ",
+             f.host.companyCodeText(), ") ");
+    sql.line(" WHERE   PC06_CODICE_PC01 = ", chartCode);
+    sql.append(" ORDER BY PC05_ORDSTAMPA, PC06_CLASSE_PC05, PC06_PROG    ");
+    f.sql(sql);
+    f.id("Lkp_CorrClassi");
+  });
+}
+
+void CLSCI_LOOKUP::AnagraficaPianoDeiConti(const Variant& CodicePdC) {
+  compose([&](lookup::Frame& f) {
+    f.languageCode() = Variant("ITA ");
+    if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
+    // A Null chart code reads as chart 0, which lists nothing.
+    const std::string chartCode =
+        concatText(f.host.utility().ValueOrDefault(CodicePdC, Variant(int32_t{0})));
+    SqlText sql;
+    if (!Connessione) {
+      generalLayout(f, sql, chartCode);
+    } else if (const auto kind = readChartKind(*Connessione, chartCode); !kind) {
+      // Unknown chart: a query with the table's columns and no row.
+      sql.append("SELECT * FROM PC03_ANAGPDC WITH(NOLOCK) WHERE 1 = 2");
+    } else {
+      // A kind this lookup has no layout for (0, negative, 7 or more, Null)
+      // composes nothing: Str_Sql ends up "", so the host shows no list, as
+      // after a failed lookup, rather than a stale one; Arr_Fields and
+      // IDLookup keep what the previous lookup left, as for an unknown chart.
+      switch (chartKindOf(*kind)) {
+        case ChartKind::Industrial:
+          industrialLayout(f, sql, chartCode);
+          break;
+        case ChartKind::SpendingItems:
+          spendingItemsLayout(f, sql, chartCode);
+          break;
+        case ChartKind::Reclassification:
+          reclassificationLayout(f, sql, chartCode);
+          break;
+        case ChartKind::Unknown:
+          break;
+      }
+    }
+    std::string text = sql.take();
+    f.substituteLanguage(text);
+    f.sql(std::move(text));
+  });
+}
+
+}  // namespace brelvane
