@@ -12,10 +12,18 @@ namespace {
 }
 }  // namespace
 
-Variant Dispatch::get(std::string_view name) { unknownMember(name); }
-void Dispatch::put(std::string_view name, const Variant&) { unknownMember(name); }
-void Dispatch::putRef(std::string_view name, const Variant&) { unknownMember(name); }
-Variant Dispatch::invoke(std::string_view name, std::span<Variant>) { unknownMember(name); }
+Variant Dispatch::get(std::string_view name) {
+  unknownMember(name);
+}
+void Dispatch::put(std::string_view name, const Variant&) {
+  unknownMember(name);
+}
+void Dispatch::putRef(std::string_view name, const Variant&) {
+  unknownMember(name);
+}
+Variant Dispatch::invoke(std::string_view name, std::span<Variant>) {
+  unknownMember(name);
+}
 
 bool sameName(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
@@ -26,14 +34,22 @@ bool sameName(std::string_view a, std::string_view b) {
 
 std::string_view paramTypeName(ParamType type) {
   switch (type) {
-    case ParamType::Variant: return "Variant";
-    case ParamType::Boolean: return "Boolean";
-    case ParamType::Integer: return "Integer";
-    case ParamType::Long: return "Long";
-    case ParamType::Double: return "Double";
-    case ParamType::String: return "String";
-    case ParamType::Date: return "Date";
-    case ParamType::Object: return "Object";
+    case ParamType::Variant:
+      return "Variant";
+    case ParamType::Boolean:
+      return "Boolean";
+    case ParamType::Integer:
+      return "Integer";
+    case ParamType::Long:
+      return "Long";
+    case ParamType::Double:
+      return "Double";
+    case ParamType::String:
+      return "String";
+    case ParamType::Date:
+      return "Date";
+    case ParamType::Object:
+      return "Object";
   }
   return "Variant";
 }
@@ -118,7 +134,9 @@ const ObjectFactory::Slot* ObjectFactory::find(std::string_view progId) const {
   return nullptr;
 }
 
-bool ObjectFactory::has(std::string_view progId) const { return find(progId) != nullptr; }
+bool ObjectFactory::has(std::string_view progId) const {
+  return find(progId) != nullptr;
+}
 
 std::shared_ptr<Dispatch> ObjectFactory::create(std::string_view progId) {
   auto slot = find(progId);

@@ -14,19 +14,39 @@ namespace brelvane {
 AutomationError AutomationError::of(int32_t number, std::string detail) {
   std::string text;
   switch (number) {
-    case err::kInvalidCall: text = "Invalid procedure call or argument"; break;
-    case err::kOverflow: text = "Overflow"; break;
-    case err::kSubscript: text = "Subscript out of range"; break;
-    case err::kTypeMismatch: text = "Type mismatch"; break;
-    case err::kObjectNotSet: text = "Object variable or With block variable not set"; break;
-    case err::kInvalidNull: text = "Invalid use of Null"; break;
-    case err::kCannotCreate: text = "ActiveX component can't create object"; break;
-    case err::kUnknownMember: text = "Object doesn't support this property or method"; break;
-    case err::kArgumentNotOptional: text = "Argument not optional"; break;
+    case err::kInvalidCall:
+      text = "Invalid procedure call or argument";
+      break;
+    case err::kOverflow:
+      text = "Overflow";
+      break;
+    case err::kSubscript:
+      text = "Subscript out of range";
+      break;
+    case err::kTypeMismatch:
+      text = "Type mismatch";
+      break;
+    case err::kObjectNotSet:
+      text = "Object variable or With block variable not set";
+      break;
+    case err::kInvalidNull:
+      text = "Invalid use of Null";
+      break;
+    case err::kCannotCreate:
+      text = "ActiveX component can't create object";
+      break;
+    case err::kUnknownMember:
+      text = "Object doesn't support this property or method";
+      break;
+    case err::kArgumentNotOptional:
+      text = "Argument not optional";
+      break;
     case err::kWrongArgumentCount:
       text = "Wrong number of arguments or invalid property assignment";
       break;
-    default: text = "Automation error " + std::to_string(number); break;
+    default:
+      text = "Automation error " + std::to_string(number);
+      break;
   }
   if (!detail.empty()) text += ": " + detail;
   return AutomationError(number, "Brelvane", std::move(text));
@@ -103,8 +123,8 @@ Variant::~Variant() = default;
 
 std::string_view typeName(VarType type) {
   static constexpr std::array<std::string_view, 11> names = {
-      "Empty", "Null", "Boolean", "Integer", "Long", "Double",
-      "Date",  "String", "Object", "Array", "Missing"};
+      "Empty", "Null",   "Boolean", "Integer", "Long",   "Double",
+      "Date",  "String", "Object",  "Array",   "Missing"};
   return names[static_cast<size_t>(type)];
 }
 
@@ -114,7 +134,9 @@ bool Variant::isNumeric() const {
 }
 
 namespace {
-[[noreturn]] void mismatch() { throw AutomationError::of(err::kTypeMismatch); }
+[[noreturn]] void mismatch() {
+  throw AutomationError::of(err::kTypeMismatch);
+}
 }  // namespace
 
 bool Variant::boolean() const {
@@ -143,10 +165,14 @@ SafeArray& Variant::array() {
 }
 double Variant::number() const {
   switch (type()) {
-    case VarType::Integer: return std::get<int16_t>(v_);
-    case VarType::Long: return std::get<int32_t>(v_);
-    case VarType::Double: return std::get<double>(v_);
-    default: mismatch();
+    case VarType::Integer:
+      return std::get<int16_t>(v_);
+    case VarType::Long:
+      return std::get<int32_t>(v_);
+    case VarType::Double:
+      return std::get<double>(v_);
+    default:
+      mismatch();
   }
 }
 
@@ -155,15 +181,22 @@ bool operator==(const Variant& a, const Variant& b) {
   switch (a.type()) {
     case VarType::Empty:
     case VarType::Null:
-    case VarType::Missing: return true;
-    case VarType::Boolean: return a.boolean() == b.boolean();
+    case VarType::Missing:
+      return true;
+    case VarType::Boolean:
+      return a.boolean() == b.boolean();
     case VarType::Integer:
     case VarType::Long:
-    case VarType::Double: return a.number() == b.number();
-    case VarType::Date: return a.date() == b.date();
-    case VarType::String: return a.string() == b.string();
-    case VarType::Object: return a.object() == b.object();
-    case VarType::Array: return a.array() == b.array();
+    case VarType::Double:
+      return a.number() == b.number();
+    case VarType::Date:
+      return a.date() == b.date();
+    case VarType::String:
+      return a.string() == b.string();
+    case VarType::Object:
+      return a.object() == b.object();
+    case VarType::Array:
+      return a.array() == b.array();
   }
   return false;
 }
@@ -187,7 +220,9 @@ size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
   }
   return off;
 }
-Variant& SafeArray::at(std::initializer_list<int32_t> index) { return elements_[offset(index)]; }
+Variant& SafeArray::at(std::initializer_list<int32_t> index) {
+  return elements_[offset(index)];
+}
 const Variant& SafeArray::at(std::initializer_list<int32_t> index) const {
   return elements_[offset(index)];
 }
@@ -216,7 +251,8 @@ bool parseNumber(std::string_view text, double& out) {
     negative = text.front() == '-';
     text.remove_prefix(1);
   }
-  if (text.empty() || !(std::isdigit(static_cast<unsigned char>(text.front())) || text.front() == '.'))
+  if (text.empty() ||
+      !(std::isdigit(static_cast<unsigned char>(text.front())) || text.front() == '.'))
     return false;
   double value = 0;
   auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -230,18 +266,23 @@ namespace {
 // The numeric reading of a Variant for the integer and floating conversions.
 double numericValue(const Variant& v) {
   switch (v.type()) {
-    case VarType::Empty: return 0;
-    case VarType::Null: throw AutomationError::of(err::kInvalidNull);
-    case VarType::Boolean: return v.boolean() ? -1 : 0;
+    case VarType::Empty:
+      return 0;
+    case VarType::Null:
+      throw AutomationError::of(err::kInvalidNull);
+    case VarType::Boolean:
+      return v.boolean() ? -1 : 0;
     case VarType::Integer:
     case VarType::Long:
-    case VarType::Double: return v.number();
+    case VarType::Double:
+      return v.number();
     case VarType::String: {
       double d;
       if (!parseNumber(v.string(), d)) mismatch();
       return d;
     }
-    default: mismatch();
+    default:
+      mismatch();
   }
 }
 
@@ -256,9 +297,15 @@ I roundToInteger(const Variant& v) {
 
 }  // namespace
 
-int16_t toInteger(const Variant& v) { return roundToInteger<int16_t>(v); }
-int32_t toLong(const Variant& v) { return roundToInteger<int32_t>(v); }
-double toDouble(const Variant& v) { return numericValue(v); }
+int16_t toInteger(const Variant& v) {
+  return roundToInteger<int16_t>(v);
+}
+int32_t toLong(const Variant& v) {
+  return roundToInteger<int32_t>(v);
+}
+double toDouble(const Variant& v) {
+  return numericValue(v);
+}
 
 bool toBool(const Variant& v) {
   if (v.type() == VarType::String) {
@@ -278,48 +325,66 @@ Date toDate(const Variant& v) {
 
 std::string toText(const Variant& v) {
   switch (v.type()) {
-    case VarType::Empty: return {};
-    case VarType::Null: throw AutomationError::of(err::kInvalidNull);
-    case VarType::Boolean: return v.boolean() ? "True" : "False";
+    case VarType::Empty:
+      return {};
+    case VarType::Null:
+      throw AutomationError::of(err::kInvalidNull);
+    case VarType::Boolean:
+      return v.boolean() ? "True" : "False";
     case VarType::Integer:
     case VarType::Long:
-    case VarType::Double: return formatNumber(v.number());
-    case VarType::Date: return v.date().iso();
-    case VarType::String: return v.string();
-    default: mismatch();
+    case VarType::Double:
+      return formatNumber(v.number());
+    case VarType::Date:
+      return v.date().iso();
+    case VarType::String:
+      return v.string();
+    default:
+      mismatch();
   }
 }
 
-std::string concatText(const Variant& v) { return v.isNull() ? std::string() : toText(v); }
+std::string concatText(const Variant& v) {
+  return v.isNull() ? std::string() : toText(v);
+}
 
 bool equals(const Variant& v, double number) {
   switch (v.type()) {
-    case VarType::Empty: return number == 0;
-    case VarType::Boolean: return (v.boolean() ? -1 : 0) == number;
+    case VarType::Empty:
+      return number == 0;
+    case VarType::Boolean:
+      return (v.boolean() ? -1 : 0) == number;
     case VarType::Integer:
     case VarType::Long:
-    case VarType::Double: return v.number() == number;
+    case VarType::Double:
+      return v.number() == number;
     case VarType::String: {
       double d;
       return parseNumber(v.string(), d) && d == number;
     }
-    default: return false;
+    default:
+      return false;
   }
 }
 
 bool equals(const Variant& v, std::string_view text) {
   switch (v.type()) {
-    case VarType::Empty: return text.empty();
-    case VarType::String: return v.string() == text;
-    case VarType::Boolean: return toText(v) == text;
+    case VarType::Empty:
+      return text.empty();
+    case VarType::String:
+      return v.string() == text;
+    case VarType::Boolean:
+      return toText(v) == text;
     case VarType::Integer:
     case VarType::Long:
     case VarType::Double: {
       double d;
       return parseNumber(text, d) && d == v.number();
     }
-    case VarType::Date: return v.date().iso() == text;
-    default: return false;
+    case VarType::Date:
+      return v.date().iso() == text;
+    default:
+      return false;
   }
 }
 

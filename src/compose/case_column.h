@@ -33,8 +33,8 @@ struct Branch {
 
 /// The ELSE of a CASE: none, a literal line, or a head followed by a label.
 struct CaseElse {
-  std::string_view line;      ///< literal line, or the head before the label
-  int32_t messageId = 0;      ///< non-zero: line + label + "' "
+  std::string_view line;  ///< literal line, or the head before the label
+  int32_t messageId = 0;  ///< non-zero: line + label + "' "
   bool present() const { return !line.empty(); }
 };
 

@@ -4,9 +4,13 @@
 
 namespace brelvane {
 
-UtilityObject& HostAccess::utility() const { return required(utility_); }
+UtilityObject& HostAccess::utility() const {
+  return required(utility_);
+}
 
-std::shared_ptr<HostContext> HostAccess::contextPtr() const { return required(host_).Context(); }
+std::shared_ptr<HostContext> HostAccess::contextPtr() const {
+  return required(host_).Context();
+}
 
 std::string HostAccess::message(int32_t id) const {
   auto context = contextPtr();
@@ -28,7 +32,9 @@ Variant HostAccess::companyCode() const {
   return utility().ValueOrDefault(code, Variant(int32_t{0}));
 }
 
-std::string HostAccess::companyCodeText() const { return concatText(companyCode()); }
+std::string HostAccess::companyCodeText() const {
+  return concatText(companyCode());
+}
 
 bool HostAccess::companyModeIs2() const {
   auto context = contextPtr();
@@ -44,7 +50,9 @@ Variant HostAccess::languageCode() const {
   return required(company).LanguageCode();
 }
 
-Variant HostAccess::installationSetting() const { return required(host_).InstallationSetting(); }
+Variant HostAccess::installationSetting() const {
+  return required(host_).InstallationSetting();
+}
 
 namespace {
 template <class Range>
@@ -63,7 +71,9 @@ Variant makeFields(const Range& captions) {
 Variant fieldsArray(std::initializer_list<std::string_view> captions) {
   return makeFields(captions);
 }
-Variant fieldsArray(const std::vector<std::string>& captions) { return makeFields(captions); }
+Variant fieldsArray(const std::vector<std::string>& captions) {
+  return makeFields(captions);
+}
 
 void replaceAll(std::string& text, std::string_view from, std::string_view to) {
   if (from.empty()) return;

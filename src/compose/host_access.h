@@ -17,7 +17,8 @@ namespace brelvane {
 class HostAccess {
  public:
   /// Either pointer may be null: a call that needs it then raises 91.
-  HostAccess(const std::shared_ptr<HostInterface>& host, const std::shared_ptr<UtilityObject>& utility)
+  HostAccess(const std::shared_ptr<HostInterface>& host,
+             const std::shared_ptr<UtilityObject>& utility)
       : host_(host), utility_(utility) {}
 
   bool hasHost() const { return host_ != nullptr; }

@@ -16,9 +16,12 @@ Variant ReferenceUtility::ValueOrDefault(const Variant& value, const Variant& fa
 std::string ReferenceUtility::ValueForSql(const Variant& value) {
   switch (value.type()) {
     case VarType::Null:
-    case VarType::Empty: return "NULL";
-    case VarType::Boolean: return value.boolean() ? "1" : "0";
-    case VarType::Date: return SqlDateLiteral(value);
+    case VarType::Empty:
+      return "NULL";
+    case VarType::Boolean:
+      return value.boolean() ? "1" : "0";
+    case VarType::Date:
+      return SqlDateLiteral(value);
     case VarType::String: {
       std::string out = "'";
       for (char c : value.string()) {
@@ -27,7 +30,8 @@ std::string ReferenceUtility::ValueForSql(const Variant& value) {
       }
       return out + "'";
     }
-    default: return toText(value);
+    default:
+      return toText(value);
   }
 }
 

@@ -23,7 +23,9 @@ std::string flagCase(const HostAccess& host, std::string_view open, std::string_
 }
 
 // The gate and the reference-date test shared by the three status fragments.
-bool gateOpen(const HostAccess& host) { return host.companyModeIs2(); }
+bool gateOpen(const HostAccess& host) {
+  return host.companyModeIs2();
+}
 bool hasReferenceDate(const HostAccess& host, const Variant& date) {
   return !equals(host.utility().ValueOrDefault(date, Variant("")), "");
 }
@@ -154,13 +156,14 @@ std::string ColonneStatoPdC(const HostAccess& host, const Variant& DataValiditaC
   return fragmentOrEmpty([&]() -> std::string {
     if (!gateOpen(host) || hasReferenceDate(host, DataValiditaConti)) return {};
     SqlText sql(512);
-    appendCase(sql, host,
-               {.open = {"     , CASE PC17_FLGDISATT           "},
-                .form = kFlagForm,
-                .branches = {{0, 39318}, {1, 52384}},
-                .otherwise = {},
-                .close = {"       END                           ", "     AS     PC17_FLGDISATT           ",
-                          "     , PC17_DATADISATT               "}});
+    appendCase(
+        sql, host,
+        {.open = {"     , CASE PC17_FLGDISATT           "},
+         .form = kFlagForm,
+         .branches = {{0, 39318}, {1, 52384}},
+         .otherwise = {},
+         .close = {"       END                           ", "     AS     PC17_FLGDISATT           ",
+                   "     , PC17_DATADISATT               "}});
     return sql.take();
   });
 }

@@ -61,7 +61,9 @@ void CLSCI_LOOKUP::ProvenienzeCosti() {
   // Spaced differently from the other members: seven blanks before WHEN,
   // four before ELSE, three after AS.
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_ProvenienzeCosti", 74758, " WHERE   CI90_CODICE = 1",
+    indicatorLookup(f, {"Lkp_ProvenienzeCosti",
+                        74758,
+                        " WHERE   CI90_CODICE = 1",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = {"       WHEN ", " THEN '", 2, false},
                          .branches = {{0, 67538}, {1, 75180}, {2, 16671}, {3, 16618}},
@@ -73,7 +75,9 @@ void CLSCI_LOOKUP::ProvenienzeCosti() {
 void CLSCI_LOOKUP::TipiContiCoin() {
   // No ELSE: a value outside 1 to 10 shows NULL.
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_TipiContiCoin", 74760, " WHERE   CI90_CODICE = 7",
+    indicatorLookup(f, {"Lkp_TipiContiCoin",
+                        74760,
+                        " WHERE   CI90_CODICE = 7",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{1, 84689},
@@ -93,7 +97,9 @@ void CLSCI_LOOKUP::TipiContiCoin() {
 
 void CLSCI_LOOKUP::TipiAttivita() {
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_TipiAttivita", 74761, " WHERE   CI90_CODICE = 6",
+    indicatorLookup(f, {"Lkp_TipiAttivita",
+                        74761,
+                        " WHERE   CI90_CODICE = 6",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{0, 39797}, {1, 34030}, {2, 26159}},
@@ -104,7 +110,9 @@ void CLSCI_LOOKUP::TipiAttivita() {
 
 void CLSCI_LOOKUP::VariabilitaCosti() {
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_VariabilitaCosti", 74762, " WHERE   CI90_CODICE = 5",
+    indicatorLookup(f, {"Lkp_VariabilitaCosti",
+                        74762,
+                        " WHERE   CI90_CODICE = 5",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{0, 39154}, {1, 16666}, {2, 16786}, {3, 16884}},
@@ -116,7 +124,9 @@ void CLSCI_LOOKUP::VariabilitaCosti() {
 void CLSCI_LOOKUP::NatureCausali() {
   // The labels of cost and revenue are those NatureCosti uses for 1 and 2.
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_NatureCausali", 74763, " WHERE   CI90_CODICE = 2",
+    indicatorLookup(f, {"Lkp_NatureCausali",
+                        74763,
+                        " WHERE   CI90_CODICE = 2",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{0, 16572}, {1, 48931}},
@@ -127,7 +137,9 @@ void CLSCI_LOOKUP::NatureCausali() {
 
 void CLSCI_LOOKUP::TipoCliFor() {
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_TipoCliFor", 74764, " WHERE   CI90_CODICE = 8",
+    indicatorLookup(f, {"Lkp_TipoCliFor",
+                        74764,
+                        " WHERE   CI90_CODICE = 8",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{0, 39333}, {1, 11180}, {2, 27554}},
@@ -138,7 +150,9 @@ void CLSCI_LOOKUP::TipoCliFor() {
 
 void CLSCI_LOOKUP::StatoRegCogeCoin() {
   compose([](lookup::Frame& f) {
-    indicatorLookup(f, {"Lkp_StatoRegCogeCoin", 74765, " WHERE   CI90_CODICE = 9",
+    indicatorLookup(f, {"Lkp_StatoRegCogeCoin",
+                        74765,
+                        " WHERE   CI90_CODICE = 9",
                         {.open = {"  , CASE CI90_VALORE"},
                          .form = kIndicatorForm,
                          .branches = {{0, 17504}, {1, 17598}, {2, 75885}},

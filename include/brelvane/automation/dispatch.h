@@ -72,7 +72,7 @@ std::string_view paramTypeName(ParamType type);
 struct ParamInfo {
   std::string name;
   ParamType type = ParamType::Variant;
-  std::string typeName;   ///< the declared type as listed ("Integer", "TipoLookupPdC", ...)
+  std::string typeName;  ///< the declared type as listed ("Integer", "TipoLookupPdC", ...)
   bool byRef = false;
   bool optional = false;
   Variant defaultValue = Variant::missing();  ///< Missing: no default
@@ -212,7 +212,8 @@ struct Conv<std::shared_ptr<T>> {
 template <class A>
 struct ArgPass {
   using Bare = std::remove_cvref_t<A>;
-  static constexpr bool byRef = std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
+  static constexpr bool byRef =
+      std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
   static constexpr ParamType type = Conv<Bare>::type;
 };
 
@@ -237,12 +238,14 @@ class ArgHolder {
     }
   }
   void writeBack() {
-    if constexpr (ArgPass<A>::byRef && !std::is_same_v<Bare, Variant>) slot_ = Conv<Bare>::to(value_);
+    if constexpr (ArgPass<A>::byRef && !std::is_same_v<Bare, Variant>)
+      slot_ = Conv<Bare>::to(value_);
   }
 
  private:
   Variant& slot_;
-  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant>, std::monostate, Bare> value_{};
+  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant>, std::monostate, Bare>
+      value_{};
 };
 
 /// Fills Missing arguments with their defaults and checks required ones.
@@ -292,14 +295,16 @@ class ClassBuilder {
     p.type = detail::Conv<F>::type;
     p.typeName = typeName.empty() ? std::string(paramTypeName(p.type)) : std::move(typeName);
     Access a = access ? *access
-                      : (std::is_same_v<F, Variant>          ? kReadWriteRef
+                      : (std::is_same_v<F, Variant>        ? kReadWriteRef
                          : detail::is_shared_ptr<F>::value ? kReadRef
                                                            : kReadWrite);
     p.canGet = a.get;
     p.canPut = a.put;
     p.canPutRef = a.putRef;
     p.doc = std::move(doc);
-    p.getter = [field](Dispatch& self) { return detail::Conv<F>::to(static_cast<T&>(self).*field); };
+    p.getter = [field](Dispatch& self) {
+      return detail::Conv<F>::to(static_cast<T&>(self).*field);
+    };
     p.setter = [field](Dispatch& self, const Variant& v) {
       static_cast<T&>(self).*field = detail::Conv<F>::from(v);
     };
@@ -321,7 +326,8 @@ class ClassBuilder {
       ParamInfo p;
       p.name = std::move(specs[i].name);
       p.type = types[i];
-      p.typeName = specs[i].typeName.empty() ? std::string(paramTypeName(types[i])) : specs[i].typeName;
+      p.typeName =
+          specs[i].typeName.empty() ? std::string(paramTypeName(types[i])) : specs[i].typeName;
       p.byRef = refs[i];
       p.optional = specs[i].optional;
       p.defaultValue = std::move(specs[i].defaultValue);
@@ -339,7 +345,8 @@ class ClassBuilder {
     return *this;
   }
 
-  ClassBuilder& enumeration(std::string name, std::vector<std::pair<std::string, int32_t>> members) {
+  ClassBuilder& enumeration(std::string name,
+                            std::vector<std::pair<std::string, int32_t>> members) {
     info_.enums.push_back({std::move(name), std::move(members)});
     return *this;
   }

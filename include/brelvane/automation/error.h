@@ -9,14 +9,14 @@ namespace brelvane {
 
 /// Error numbers raised by the automation layer itself.
 namespace err {
-inline constexpr int32_t kInvalidCall = 5;          ///< invalid procedure call or argument
-inline constexpr int32_t kOverflow = 6;             ///< number out of range of its target type
-inline constexpr int32_t kSubscript = 9;            ///< array index out of bounds
-inline constexpr int32_t kTypeMismatch = 13;        ///< value cannot be converted
-inline constexpr int32_t kObjectNotSet = 91;        ///< call through a null object reference
-inline constexpr int32_t kInvalidNull = 94;         ///< Null where a value is needed
-inline constexpr int32_t kCannotCreate = 429;       ///< unknown ProgID
-inline constexpr int32_t kUnknownMember = 438;      ///< member not found by name
+inline constexpr int32_t kInvalidCall = 5;      ///< invalid procedure call or argument
+inline constexpr int32_t kOverflow = 6;         ///< number out of range of its target type
+inline constexpr int32_t kSubscript = 9;        ///< array index out of bounds
+inline constexpr int32_t kTypeMismatch = 13;    ///< value cannot be converted
+inline constexpr int32_t kObjectNotSet = 91;    ///< call through a null object reference
+inline constexpr int32_t kInvalidNull = 94;     ///< Null where a value is needed
+inline constexpr int32_t kCannotCreate = 429;   ///< unknown ProgID
+inline constexpr int32_t kUnknownMember = 438;  ///< member not found by name
 inline constexpr int32_t kArgumentNotOptional = 449;
 inline constexpr int32_t kWrongArgumentCount = 450;
 }  // namespace err

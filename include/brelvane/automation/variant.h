@@ -40,7 +40,19 @@ struct Date {
   static Date parse(std::string_view text);
 };
 
-enum class VarType { Empty, Null, Boolean, Integer, Long, Double, Date, String, Object, Array, Missing };
+enum class VarType {
+  Empty,
+  Null,
+  Boolean,
+  Integer,
+  Long,
+  Double,
+  Date,
+  String,
+  Object,
+  Array,
+  Missing
+};
 
 /// The automation name of a type ("Empty", "Integer", "String", ...).
 std::string_view typeName(VarType type);
@@ -78,8 +90,9 @@ class Variant {
   Variant(const char* value) : v_(std::string(value)) {}
   Variant(std::shared_ptr<Dispatch> object) : v_(std::move(object)) {}
   template <class T>
-    requires std::derived_from<T, Dispatch> && (!std::same_as<T, Dispatch>)
-  Variant(std::shared_ptr<T> object) : v_(std::shared_ptr<Dispatch>(std::move(object))) {}
+  requires std::derived_from<T, Dispatch> &&
+      (!std::same_as<T, Dispatch>)Variant(std::shared_ptr<T> object)
+      : v_(std::shared_ptr<Dispatch>(std::move(object))) {}
   Variant(SafeArray array);
 
   Variant(const Variant&);

@@ -29,7 +29,8 @@ class UtilityObject : public Dispatch {
   virtual std::string SqlDateLiteral(const Variant& value) = 0;
   /// Hands the host interface and connection to the utility object.
   virtual std::pair<std::string, std::string> BindContext(
-      const std::shared_ptr<HostInterface>& host, const std::shared_ptr<Connection>& connection) = 0;
+      const std::shared_ptr<HostInterface>& host,
+      const std::shared_ptr<Connection>& connection) = 0;
   // Select-list expressions of the provider tables' descriptions.
   virtual std::string ProviderAccountColumn() = 0;
   virtual std::string ProviderCogeColumn() = 0;

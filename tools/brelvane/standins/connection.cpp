@@ -54,7 +54,8 @@ class Rows final : public Recordset {
 
 class ScriptedCommand final : public Command {
  public:
-  ScriptedCommand(std::shared_ptr<ConnectionScript> s, int number) : s_(std::move(s)), number_(number) {}
+  ScriptedCommand(std::shared_ptr<ConnectionScript> s, int number)
+      : s_(std::move(s)), number_(number) {}
   void SetActiveConnection(const std::shared_ptr<Connection>& c) override { bound_ = c != nullptr; }
   void SetCommandType(int32_t type) override { type_ = type; }
   void SetCommandText(const std::string& text) override { text_ = text; }
@@ -77,7 +78,8 @@ class ScriptedCommand final : public Command {
   }
   std::shared_ptr<Recordset> Execute(int32_t) override {
     if (!bound_)
-      throw AutomationError(3709, s_->name, "The connection cannot be used to perform this operation");
+      throw AutomationError(3709, s_->name,
+                            "The connection cannot be used to perform this operation");
     Json params = Json::object();
     for (const auto& [n, v] : inputs_)
       params[n] = {{"type", std::string(typeName(v.type()))}, {"value", s_->log.value(v)}};

@@ -17,7 +17,8 @@ struct HostScript {
   FailList fail;
 
   /// Logs the operation; raises when it is made to fail.
-  void op(const std::string& op, const Json& fields = Json::object(), std::string_view detail = {}) {
+  void op(const std::string& op, const Json& fields = Json::object(),
+          std::string_view detail = {}) {
     bool failed = fail.fails(op, detail);
     log.add(name, op, fields, failed);
     if (failed) throw failure(name, op);
@@ -162,7 +163,9 @@ std::shared_ptr<HostInterface> makeHost(const Json& spec, const std::string& nam
   return host;
 }
 
-std::shared_ptr<Dispatch> makeControl() { return std::make_shared<Control>(); }
+std::shared_ptr<Dispatch> makeControl() {
+  return std::make_shared<Control>();
+}
 
 std::shared_ptr<Dispatch> makeStandin(const Json& spec, const std::string& name, Log& log) {
   if (!spec.is_object() || !spec.contains("kind") || !spec["kind"].is_string())

@@ -105,4 +105,28 @@ std::shared_ptr<Dispatch> makeStandin(const Json& spec, const std::string& name,
 /// order of creation and logs Create, then each operation with its args.
 void installUtility(ObjectFactory& factory, const Json& spec, Log& log);
 
+/// The sibling launcher ProgIDs; both are always creatable in a scenario.
+inline constexpr std::string_view kLauncherProgIds[] = {"Tormesk.CLSCI_CONNECT",
+                                                        "Quillane.CLSCI_CONNECT"};
+
+/// Registers the recording launcher stand-ins under both launcher ProgIDs,
+/// configured by a scenario's "launchers" object: {PROGID: {"fail": [...],
+/// "on": {METHOD: [{"call": NAME, "args": [...]}, ...]}}}. Each launcher is
+/// named PROGID#n in order of creation, accepts every member by name and logs
+/// Create, Put, PutRef, Call, Callback and Release. Raises ScenarioError on a
+/// malformed configuration.
+void installLaunchers(ObjectFactory& factory, const Json& spec, Log& log);
+
+/// The properties assigned to a launcher stand-in, in order of first
+/// assignment; empty for any other object.
+std::vector<std::string> recordedProperties(const Dispatch& object);
+
+/// An event sink named `name`: logs each event as it receives it, then sets
+/// the by-reference arguments its handlers name ({EVENT: {PARAM: value}}),
+/// finding each parameter by name in the events of `source`. Raises
+/// ScenarioError when a handler names an event or parameter that `source`
+/// does not have.
+std::shared_ptr<Dispatch> makeSink(const std::string& name, const Json& handlers,
+                                   const ClassInfo* source, Log& log);
+
 }  // namespace brelvane::standins

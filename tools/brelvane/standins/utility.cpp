@@ -29,15 +29,25 @@ class ScriptedUtility final : public UtilityObject {
     op("SqlDateLiteral", {v});
     return ref_.SqlDateLiteral(v);
   }
-  std::pair<std::string, std::string> BindContext(const std::shared_ptr<HostInterface>& host,
-                                                  const std::shared_ptr<Connection>& connection) override {
-    op("BindContext", {Variant(std::shared_ptr<Dispatch>(host)), Variant(std::shared_ptr<Dispatch>(connection))});
+  std::pair<std::string, std::string> BindContext(
+      const std::shared_ptr<HostInterface>& host,
+      const std::shared_ptr<Connection>& connection) override {
+    op("BindContext",
+       {Variant(std::shared_ptr<Dispatch>(host)), Variant(std::shared_ptr<Dispatch>(connection))});
     return {};
   }
-  std::string ProviderAccountColumn() override { return column("ProviderAccountColumn", "CI07_DESCRIZIONE"); }
-  std::string ProviderCogeColumn() override { return column("ProviderCogeColumn", "CI1A_DESCRIZIONE"); }
-  std::string ProviderCausalColumn() override { return column("ProviderCausalColumn", "CI39_DESCRIZIONE"); }
-  std::string HeaderFieldColumn() override { return column("HeaderFieldColumn", "CI48_DESCRIZIONE"); }
+  std::string ProviderAccountColumn() override {
+    return column("ProviderAccountColumn", "CI07_DESCRIZIONE");
+  }
+  std::string ProviderCogeColumn() override {
+    return column("ProviderCogeColumn", "CI1A_DESCRIZIONE");
+  }
+  std::string ProviderCausalColumn() override {
+    return column("ProviderCausalColumn", "CI39_DESCRIZIONE");
+  }
+  std::string HeaderFieldColumn() override {
+    return column("HeaderFieldColumn", "CI48_DESCRIZIONE");
+  }
 
  private:
   void op(const std::string& name, std::initializer_list<Variant> args) {
@@ -61,20 +71,22 @@ class ScriptedUtility final : public UtilityObject {
 }  // namespace
 
 void installUtility(ObjectFactory& factory, const Json& spec, Log& log) {
-  if (!spec.is_null() && !spec.is_object()) throw ScenarioError("utility is an object: " + spec.dump());
+  if (!spec.is_null() && !spec.is_object())
+    throw ScenarioError("utility is an object: " + spec.dump());
   FailList fail(spec.is_object() && spec.contains("fail") ? spec["fail"] : Json());
   if (spec.is_object())
     for (const auto& [k, v] : spec.items())
       if (k != "fail") throw ScenarioError("unknown key \"" + k + "\" in utility");
-  factory.add(std::string(kUtilityProgId), [fail, &log](ObjectFactory&) -> std::shared_ptr<Dispatch> {
-    std::string name = log.names.next("utility");
-    bool failed = fail.fails("Create");
-    log.add(name, "Create", Json::object(), failed);
-    if (failed) throw failure(name, "Create");
-    auto utility = std::make_shared<ScriptedUtility>(name, log, fail);
-    log.names.add(utility, name);
-    return utility;
-  });
+  factory.add(std::string(kUtilityProgId),
+              [fail, &log](ObjectFactory&) -> std::shared_ptr<Dispatch> {
+                std::string name = log.names.next("utility");
+                bool failed = fail.fails("Create");
+                log.add(name, "Create", Json::object(), failed);
+                if (failed) throw failure(name, "Create");
+                auto utility = std::make_shared<ScriptedUtility>(name, log, fail);
+                log.names.add(utility, name);
+                return utility;
+              });
 }
 
 }  // namespace brelvane::standins

@@ -77,7 +77,8 @@ Variant arrayFromJson(const Json& spec, const Names& names) {
   }
   SafeArray a(bounds);
   const Json& rows = spec["rows"];
-  if (!rows.is_array() || rows.size() != bounds[0].count()) bad("rows do not match the bounds", rows);
+  if (!rows.is_array() || rows.size() != bounds[0].count())
+    bad("rows do not match the bounds", rows);
   for (size_t i = 0; i < rows.size(); ++i) {
     auto r = static_cast<int32_t>(i) + bounds[0].lower;
     if (bounds.size() == 1) {
@@ -101,30 +102,42 @@ double numberOf(const Json& j) {
 
 Json toJson(const Variant& v, const Names& names) {
   switch (v.type()) {
-    case VarType::Empty: return Json{{"$empty", true}};
-    case VarType::Null: return nullptr;
-    case VarType::Missing: return Json{{"$missing", true}};
-    case VarType::Boolean: return v.boolean();
+    case VarType::Empty:
+      return Json{{"$empty", true}};
+    case VarType::Null:
+      return nullptr;
+    case VarType::Missing:
+      return Json{{"$missing", true}};
+    case VarType::Boolean:
+      return v.boolean();
     case VarType::Integer:
-    case VarType::Long: return static_cast<int64_t>(v.number());
-    case VarType::Double: return v.number();
-    case VarType::Date: return Json{{"$date", v.date().iso()}};
-    case VarType::String: return v.string();
+    case VarType::Long:
+      return static_cast<int64_t>(v.number());
+    case VarType::Double:
+      return v.number();
+    case VarType::Date:
+      return Json{{"$date", v.date().iso()}};
+    case VarType::String:
+      return v.string();
     case VarType::Object: {
       if (!v.object()) return Json{{"$object", nullptr}};
       std::string name = names.nameOf(v.object().get());
       return Json{{"$object", name.empty() ? Json("?") : Json(name)}};
     }
-    case VarType::Array: return arrayToJson(v.array(), names);
+    case VarType::Array:
+      return arrayToJson(v.array(), names);
   }
   return nullptr;
 }
 
 Variant fromJson(const Json& j, const Names& names) {
   switch (j.type()) {
-    case Json::value_t::null: return Variant::null();
-    case Json::value_t::boolean: return Variant(j.get<bool>());
-    case Json::value_t::string: return Variant(j.get<std::string>());
+    case Json::value_t::null:
+      return Variant::null();
+    case Json::value_t::boolean:
+      return Variant(j.get<bool>());
+    case Json::value_t::string:
+      return Variant(j.get<std::string>());
     case Json::value_t::number_integer:
     case Json::value_t::number_unsigned: {
       if (j.is_number_unsigned() && j.get<uint64_t>() > std::numeric_limits<int32_t>::max())
@@ -134,7 +147,8 @@ Variant fromJson(const Json& j, const Names& names) {
         return Variant(static_cast<double>(n));
       return Variant(static_cast<int32_t>(n));
     }
-    case Json::value_t::number_float: return Variant(j.get<double>());
+    case Json::value_t::number_float:
+      return Variant(j.get<double>());
     case Json::value_t::object: {
       if (j.size() != 1) bad("a tagged value has exactly one key", j);
       const auto& [key, val] = *j.items().begin();
@@ -145,8 +159,8 @@ Variant fromJson(const Json& j, const Names& names) {
       }
       if (key == "$long") {
         double d = numberOf(val);
-        if (d != static_cast<double>(static_cast<int64_t>(d)) || d < std::numeric_limits<int32_t>::min() ||
-            d > std::numeric_limits<int32_t>::max())
+        if (d != static_cast<double>(static_cast<int64_t>(d)) ||
+            d < std::numeric_limits<int32_t>::min() || d > std::numeric_limits<int32_t>::max())
           bad("$long is a 32-bit whole number", j);
         return Variant(static_cast<int32_t>(d));
       }
@@ -171,7 +185,8 @@ Variant fromJson(const Json& j, const Names& names) {
       if (key == "$array") return arrayFromJson(val, names);
       bad("unknown tagged value", j);
     }
-    default: bad("not a value", j);
+    default:
+      bad("not a value", j);
   }
 }
 

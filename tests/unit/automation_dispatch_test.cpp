@@ -1,0 +1,127 @@
+// By-name dispatch through registration tables, and creation by ProgID.
+#include <gtest/gtest.h>
+
+#include "brelvane/automation/dispatch.h"
+#include "brelvane/automation/factory.h"
+
+namespace brelvane {
+namespace {
+
+class Sample final : public AutomationObject<Sample> {
+ public:
+  static constexpr std::string_view kProgId = "Test.Sample";
+  static const ClassInfo& registration() {
+    static const ClassInfo info =
+        ClassBuilder<Sample>(std::string(kProgId))
+            .property("Text", &Sample::Text)
+            .property("Count", &Sample::Count)
+            .property("Anything", &Sample::Anything)
+            .property("Peer", &Sample::Peer)
+            .method("Twice", &Sample::Twice, {arg("fintValue")})
+            .method("Sort", &Sample::Sort, {opt("CampoOrdinamento")})
+            .method("Level", &Sample::Level, {opt("fintLivello", int16_t{1})})
+            .method("Flip", &Sample::Flip, {arg("Cancel"), arg("Data")})
+            .method("Bump", &Sample::Bump, {arg("Value")})
+            .build();
+    return info;
+  }
+
+  std::string Text;
+  int16_t Count = 0;
+  Variant Anything;
+  std::shared_ptr<Dispatch> Peer;
+
+  int32_t Twice(int16_t v) { return 2 * v; }
+  std::string Sort(const Variant& field) { return field.isMissing() ? "missing" : toText(field); }
+  int16_t Level(int16_t level) { return level; }
+  void Flip(bool& cancel, Variant& data) {
+    cancel = !cancel;
+    data = Variant("changed");
+  }
+  void Bump(int16_t& value) { ++value; }
+};
+
+int errorOf(auto&& f) {
+  try {
+    f();
+  } catch (const AutomationError& e) {
+    return e.number;
+  }
+  return 0;
+}
+
+Variant call(Dispatch& d, std::string_view name, std::vector<Variant> args = {}) {
+  return d.invoke(name, args);
+}
+
+TEST(Dispatch, ConvertsArgumentsToDeclaredTypes) {
+  Sample s;
+  EXPECT_EQ(call(s, "Twice", {Variant(int32_t{7})}), Variant(int32_t{14}));
+  EXPECT_EQ(call(s, "Twice", {Variant("7")}), Variant(int32_t{14}));
+  EXPECT_EQ(call(s, "twice", {Variant(2.5)}), Variant(int32_t{4}));  // names fold case
+  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant("abc")}); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant(int32_t{40000})}); }), err::kOverflow);
+}
+
+TEST(Dispatch, ReportsUnknownMembersAndArgumentCount) {
+  Sample s;
+  EXPECT_EQ(errorOf([&] { call(s, "Nope"); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { s.get("Nope"); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { call(s, "Twice"); }), err::kArgumentNotOptional);
+  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant::missing()}); }), err::kArgumentNotOptional);
+  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant(1), Variant(2)}); }), err::kWrongArgumentCount);
+}
+
+TEST(Dispatch, OptionalParametersTakeDefaultsOrStayMissing) {
+  Sample s;
+  EXPECT_EQ(call(s, "Sort"), Variant("missing"));
+  EXPECT_EQ(call(s, "Sort", {Variant::missing()}), Variant("missing"));
+  EXPECT_EQ(call(s, "Sort", {Variant("CI58_DESCRIZIONE")}), Variant("CI58_DESCRIZIONE"));
+  EXPECT_EQ(call(s, "Level"), Variant(int16_t{1}));
+  EXPECT_EQ(call(s, "Level", {Variant(int32_t{3})}), Variant(int16_t{3}));
+}
+
+TEST(Dispatch, ByReferenceArgumentsCarryTheCalleesChanges) {
+  Sample s;
+  std::vector<Variant> args{Variant(false), Variant(int32_t{1})};
+  s.invoke("Flip", args);
+  EXPECT_EQ(args[0], Variant(true));
+  EXPECT_EQ(args[1], Variant("changed"));
+  // A typed by-reference parameter writes back in its declared type.
+  std::vector<Variant> bump{Variant("41")};
+  s.invoke("Bump", bump);
+  EXPECT_EQ(bump[0], Variant(int16_t{42}));
+}
+
+TEST(Dispatch, PropertiesFollowTheirAccess) {
+  Sample s;
+  s.put("Text", Variant(int32_t{5}));
+  EXPECT_EQ(s.get("text"), Variant("5"));
+  s.put("Count", Variant("12"));
+  EXPECT_EQ(s.Count, 12);
+  EXPECT_EQ(errorOf([&] { s.put("Count", Variant("x")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([&] { s.put("Text", Variant::null()); }), err::kInvalidNull);
+  auto other = std::make_shared<Sample>();
+  s.putRef("Peer", Variant(other));
+  EXPECT_EQ(s.get("Peer").object(), other);
+  EXPECT_EQ(errorOf([&] { s.put("Peer", Variant(other)); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { s.putRef("Text", Variant(other)); }), err::kUnknownMember);
+  s.putRef("Anything", Variant(other));
+  s.putRef("Peer", Variant::nothing());
+  EXPECT_EQ(s.Peer, nullptr);
+  EXPECT_EQ(s.Anything.object(), other);
+}
+
+TEST(Factory, CreatesByProgIdCaseInsensitively) {
+  ObjectFactory f;
+  f.add(
+      std::string(Sample::kProgId), [](ObjectFactory&) { return std::make_shared<Sample>(); },
+      &Sample::registration());
+  EXPECT_NE(std::dynamic_pointer_cast<Sample>(f.create("test.sample")), nullptr);
+  EXPECT_EQ(errorOf([&] { f.create("Test.Other"); }), err::kCannotCreate);
+  ASSERT_EQ(f.entries().size(), 1u);
+  EXPECT_EQ(f.entries()[0].info->findMethod("LEVEL")->params[0].defaultValue, Variant(int16_t{1}));
+}
+
+}  // namespace
+}  // namespace brelvane

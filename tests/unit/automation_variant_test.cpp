@@ -1,0 +1,104 @@
+// Conversions and comparisons the component depends on.
+#include <gtest/gtest.h>
+
+#include "brelvane/automation/dispatch.h"
+#include "brelvane/automation/variant.h"
+
+namespace brelvane {
+namespace {
+
+int errorOf(auto&& f) {
+  try {
+    f();
+  } catch (const AutomationError& e) {
+    return e.number;
+  }
+  return 0;
+}
+
+TEST(VariantText, NumbersAreLocaleFreeDecimal) {
+  EXPECT_EQ(toText(Variant(int16_t{-7})), "-7");
+  EXPECT_EQ(toText(Variant(int32_t{123456})), "123456");
+  EXPECT_EQ(toText(Variant(2.5)), "2.5");
+  EXPECT_EQ(toText(Variant(-0.125)), "-0.125");
+  EXPECT_EQ(toText(Variant(3.0)), "3");
+  EXPECT_EQ(toText(Variant(0.1 + 0.2)), "0.3");  // 15 significant digits
+  EXPECT_EQ(toText(Variant(1e20)), "1E+20");
+  EXPECT_EQ(toText(Variant(true)), "True");
+  EXPECT_EQ(toText(Variant()), "");
+  EXPECT_EQ(toText(Variant(Date::parse("2026-11-22"))), "2026-11-22");
+}
+
+TEST(VariantText, NullRaisesButConcatenationTakesItAsEmpty) {
+  EXPECT_EQ(errorOf([] { toText(Variant::null()); }), err::kInvalidNull);
+  EXPECT_EQ(concatText(Variant::null()), "");
+  EXPECT_EQ(errorOf([] { toText(Variant::missing()); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toText(Variant::nothing()); }), err::kTypeMismatch);
+}
+
+TEST(VariantInteger, RoundsHalfToEvenAndChecksRange) {
+  EXPECT_EQ(toInteger(Variant(2.5)), 2);
+  EXPECT_EQ(toInteger(Variant(3.5)), 4);
+  EXPECT_EQ(toInteger(Variant(-2.5)), -2);
+  EXPECT_EQ(toInteger(Variant(2.51)), 3);
+  EXPECT_EQ(toInteger(Variant("7")), 7);
+  EXPECT_EQ(toInteger(Variant(" 4.5 ")), 4);
+  EXPECT_EQ(toInteger(Variant("-1E+2")), -100);
+  EXPECT_EQ(toInteger(Variant(true)), -1);
+  EXPECT_EQ(toInteger(Variant()), 0);
+  EXPECT_EQ(toInteger(Variant(32767.4)), 32767);
+  EXPECT_EQ(errorOf([] { toInteger(Variant(32767.5)); }), err::kOverflow);
+  EXPECT_EQ(errorOf([] { toInteger(Variant(int32_t{-32769})); }), err::kOverflow);
+  EXPECT_EQ(errorOf([] { toInteger(Variant("abc")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toInteger(Variant("")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toInteger(Variant("1,5")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toInteger(Variant::null()); }), err::kInvalidNull);
+  EXPECT_EQ(toLong(Variant(2147483647.0)), 2147483647);
+  EXPECT_EQ(errorOf([] { toLong(Variant(2147483647.5)); }), err::kOverflow);
+}
+
+TEST(VariantEquality, ComparingWithNumbersAndTextsNeverRaises) {
+  // A Null setting read through ValueOrDefault(x, "") is "", which is not 2.
+  EXPECT_FALSE(equals(Variant(""), 2));
+  EXPECT_FALSE(equals(Variant::null(), 2));
+  EXPECT_FALSE(equals(Variant::missing(), 0));
+  EXPECT_FALSE(equals(Variant::nothing(), 0));
+  EXPECT_TRUE(equals(Variant(int16_t{2}), 2));
+  EXPECT_TRUE(equals(Variant(2.0), 2));
+  EXPECT_TRUE(equals(Variant(" 2 "), 2));
+  EXPECT_TRUE(equals(Variant(), 0));
+  EXPECT_FALSE(equals(Variant("two"), 2));
+
+  EXPECT_TRUE(equals(Variant(""), ""));
+  EXPECT_TRUE(equals(Variant(), ""));
+  EXPECT_FALSE(equals(Variant::missing(), ""));
+  EXPECT_FALSE(equals(Variant::null(), ""));
+  EXPECT_FALSE(equals(Variant(Date::parse("2026-01-31")), ""));
+  EXPECT_TRUE(equals(Variant(int32_t{5}), "5"));
+  EXPECT_FALSE(equals(Variant(int32_t{5}), ""));
+  EXPECT_FALSE(equals(Variant("abc"), "ABC"));
+}
+
+TEST(VariantDate, ParsesOnlyRealDates) {
+  EXPECT_EQ(Date::parse("2026-11-22T10:30:00").iso(), "2026-11-22T10:30:00");
+  EXPECT_EQ(Date::parse("2024-02-29").day, 29);
+  for (auto bad : {"2026-02-29", "2026-13-01", "26-11-22", "2026-11-22T25:00", "2026/11/22", ""})
+    EXPECT_EQ(errorOf([&] { Date::parse(bad); }), err::kTypeMismatch) << bad;
+}
+
+TEST(SafeArrayTest, BoundsAndRowMajorLayout) {
+  SafeArray a({Bound{0, 1}, Bound{2, 4}});
+  EXPECT_EQ(a.elements().size(), 6u);
+  a.at({1, 2}) = Variant("x");
+  EXPECT_EQ(a.elements()[3], Variant("x"));
+  EXPECT_EQ(errorOf([&] { a.at({2, 2}); }), err::kSubscript);
+  EXPECT_EQ(errorOf([&] { a.at({0, 1}); }), err::kSubscript);
+  EXPECT_EQ(errorOf([&] { a.at({0}); }), err::kSubscript);
+  // Arrays in Variants are values: a copy does not share elements.
+  Variant v(a), w = v;
+  w.array().at({0, 2}) = Variant(int32_t{1});
+  EXPECT_TRUE(v.array().at({0, 2}).isEmpty());
+}
+
+}  // namespace
+}  // namespace brelvane

@@ -1,0 +1,87 @@
+#pragma once
+// A scripted world for unit tests: factory, stand-ins and their log.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "brelvane/brelvane.h"
+#include "standins/standins.h"
+
+namespace brelvane::testing {
+
+using standins::Json;
+
+struct World {
+  standins::Log log;
+  ObjectFactory factory;
+
+  explicit World(const Json& utility = Json::object()) {
+    registerBrelvane(factory);
+    standins::installUtility(factory, utility, log);
+  }
+
+  std::shared_ptr<HostInterface> host(const Json& spec = Json{{"kind", "host"}}) {
+    return standins::makeHost(spec, "host", log);
+  }
+  std::shared_ptr<Connection> connection(const Json& spec = Json{{"kind", "connection"}}) {
+    return standins::makeConnection(spec, "db", log);
+  }
+  template <class T>
+  std::shared_ptr<T> create() {
+    return factory.createAs<T>(T::kProgId);
+  }
+
+  /// The log entries of one object, as "op" or "op:detail" texts.
+  std::vector<std::string> ops(const std::string& object) const {
+    std::vector<std::string> out;
+    for (const auto& e : log.entries()) {
+      if (e["object"] != object) continue;
+      std::string op = e["op"];
+      if (e.contains("id")) op += ":" + std::to_string(e["id"].get<int>());
+      out.push_back(op);
+    }
+    return out;
+  }
+};
+
+/// The captions of an Arr_Fields array, checking its shape on the way.
+inline std::vector<std::string> captions(const Variant& fields) {
+  std::vector<std::string> out;
+  const SafeArray& a = fields.array();
+  EXPECT_EQ(a.dimensions(), 2u);
+  EXPECT_EQ(a.bounds()[0], (Bound{0, 1}));
+  EXPECT_EQ(a.bounds()[1].lower, 0);
+  for (int32_t c = 0; c <= a.bounds()[1].upper; ++c) {
+    out.push_back(a.at({0, c}).string());
+    EXPECT_EQ(a.at({1, c}), Variant("")) << "column " << c;
+  }
+  return out;
+}
+
+/// Joins lines with CR LF after each, the way composed SQL is laid out.
+inline std::string lines(std::initializer_list<std::string_view> parts) {
+  std::string out;
+  for (auto p : parts) out.append(p).append("\r\n");
+  return out;
+}
+
+/// Removes every run of blanks before a CR, an LF or the end: padding blanks
+/// at line ends mean nothing to the server.
+inline std::string unpadded(std::string text) {
+  std::string out;
+  size_t blanks = 0;
+  for (char c : text) {
+    if (c == ' ') {
+      ++blanks;
+      continue;
+    }
+    if (c != '\r' && c != '\n') out.append(blanks, ' ');
+    blanks = 0;
+    out.push_back(c);
+  }
+  return out;
+}
+
+}  // namespace brelvane::testing
