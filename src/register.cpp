@@ -26,6 +26,7 @@ void addClass(ObjectFactory& factory) {
 void registerBrelvane(ObjectFactory& factory) {
   addClass<CLSCI_LOOKUP>(factory);
   addClass<CLSCI_DECODE>(factory);
+  addClass<CLSCI_DECODE>(factory);
   addClass<CLSCI_CONNECT>(factory);
   if (!factory.has(kUtilityProgId))
     factory.add(std::string(kUtilityProgId),

@@ -1,0 +1,70 @@
+#pragma once
+// CLSCI_DECODE: composes decode descriptors. For one code typed into a host
+// form, a decode method leaves the query that yields the code's description
+// in Str_Sql and names the target control and the result column in
+// Arr_Fields (0 To 0, 0 To 1). The host runs the query and shows that column
+// of the first row in the control.
+//
+// A decode method never raises: on any failure Str_Sql is "" and Arr_Fields
+// keeps whatever the method had already written.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "brelvane/automation/dispatch.h"
+#include "brelvane/automation/factory.h"
+#include "brelvane/host/ado.h"
+#include "brelvane/host/host.h"
+#include "brelvane/host/utility.h"
+
+namespace brelvane {
+
+namespace decode {
+class Frame;
+}
+
+class CLSCI_DECODE final : public AutomationObject<CLSCI_DECODE> {
+ public:
+  static constexpr std::string_view kProgId = "Brelvane.CLSCI_DECODE";
+  static const ClassInfo& registration();
+
+  /// Creates and initialises the instance's utility object through
+  /// `factory`; creation errors are ignored (decodes then fail).
+  explicit CLSCI_DECODE(ObjectFactory& factory);
+  /// Releases the utility object, then lets go of the host's objects.
+  ~CLSCI_DECODE() override;
+  CLSCI_DECODE(const CLSCI_DECODE&) = delete;
+  CLSCI_DECODE& operator=(const CLSCI_DECODE&) = delete;
+
+  // ---- Properties (plain fields, in interface order) ----
+  std::shared_ptr<HostInterface> ActiveInterface;  ///< language and current company
+  std::shared_ptr<Connection> Connessione;         ///< the company database
+  std::string Str_Sql;                             ///< the decode query; "" after a failure
+  Variant Arr_Fields;                              ///< (0 To 0, 0 To 1): control, result column
+  Variant Causale;                                 ///< causal code restricting account decoding
+  int32_t Segno = 0;                               ///< sign restricting account decoding; 0 none
+  int32_t TipoDecodePdC = 0;                       ///< kind of chart decoding asked for
+  Variant DataValiditaConti = Variant::null();     ///< accounts disabled by then are not decoded
+
+  // ---- Decoders ----
+  /// Cost nature: PC04_DESCR of PC04_NATURECOSTI.
+  void NaturaCosto(const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodiceNaturaCosto);
+  /// Account provider: the description column the utility object names.
+  void ProviderConti(const std::shared_ptr<Dispatch>& TextEdit, int16_t fintCodiceProvider);
+  /// Account of a chart: the analytic or general description, by the kind
+  /// of the chart read over Connessione (both tried when it is unset).
+  void AnagraficaPianoDeiConti(const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodicePdC,
+                               const Variant& Conto);
+
+ private:
+  friend class decode::Frame;
+  std::shared_ptr<UtilityObject> utility_;
+
+  /// Runs one decoder body under the error convention.
+  template <class Body>
+  void compose(Body&& body) noexcept;
+};
+
+}  // namespace brelvane
