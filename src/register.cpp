@@ -26,7 +26,6 @@ void addClass(ObjectFactory& factory) {
 void registerBrelvane(ObjectFactory& factory) {
   addClass<CLSCI_LOOKUP>(factory);
   addClass<CLSCI_DECODE>(factory);
-  addClass<CLSCI_DECODE>(factory);
   addClass<CLSCI_CONNECT>(factory);
   if (!factory.has(kUtilityProgId))
     factory.add(std::string(kUtilityProgId),
