@@ -1,0 +1,384 @@
+// `brelvane call`: one call on the demo host, printed for a reader.
+#include <fstream>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "brelvane/brelvane.h"
+#include "cli/arguments.h"
+#include "cli/commands.h"
+#include "cli/help.h"
+#include "demo_host.h"
+#include "standins/standins.h"
+
+namespace brelvane::cli {
+
+namespace {
+
+using standins::Json;
+
+/// A reason to stop with a one-line message and an exit status.
+struct Stop {
+  int status;
+  std::string message;
+};
+
+struct CallOptions {
+  bool json = false;
+  std::string catalogue;  // a file, or "" for the built-in one
+  DemoCompany company;
+  std::vector<std::pair<std::string, std::string>> sets;  // property, value text
+  std::vector<std::string_view> positional;               // PROGID METHOD ARG...
+};
+
+CallOptions readOptions(std::span<const std::string_view> args) {
+  CallOptions o;
+  bool options = true;
+  for (size_t i = 0; i < args.size(); ++i) {
+    std::string_view a = args[i];
+    if (!options || a.size() < 2 || a.substr(0, 2) != "--") {
+      o.positional.push_back(a);
+      continue;
+    }
+    if (a == "--") {
+      options = false;
+      continue;
+    }
+    if (a == "--json") {
+      o.json = true;
+      continue;
+    }
+    // Options with a value: --name VALUE or --name=VALUE.
+    std::string_view name = a, value;
+    if (auto eq = a.find('='); eq != std::string_view::npos) {
+      name = a.substr(0, eq);
+      value = a.substr(eq + 1);
+    } else if (name == "--company" || name == "--language" || name == "--mode" ||
+               name == "--catalog" || name == "--set") {
+      if (i + 1 >= args.size()) throw Stop{kBadInput, std::string(name) + " needs a value"};
+      value = args[++i];
+    }
+    auto parse = [&](std::string_view text) {
+      try {
+        return parseValue(text);
+      } catch (const std::invalid_argument& e) {
+        throw Stop{kBadInput, std::string(name) + ": " + e.what()};
+      }
+    };
+    if (name == "--company") {
+      o.company.code = parse(value);
+    } else if (name == "--language") {
+      o.company.languageCode = parse(value);
+    } else if (name == "--mode") {
+      o.company.companyMode = parse(value);
+    } else if (name == "--catalog") {
+      o.catalogue = std::string(value);
+    } else if (name == "--set") {
+      auto eq = value.find('=');
+      if (eq == std::string_view::npos || eq == 0)
+        throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
+      o.sets.emplace_back(std::string(value.substr(0, eq)), std::string(value.substr(eq + 1)));
+    } else {
+      throw Stop{kBadInput, "unknown option " + std::string(name)};
+    }
+  }
+  return o;
+}
+
+Catalogue loadCatalogue(const std::string& file) {
+  std::string text;
+  if (file.empty()) {
+    text = std::string(builtinCatalogue());
+  } else {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw Stop{kBadInput, "cannot read the catalogue " + file};
+    std::ostringstream content;
+    content << in.rdbuf();
+    text = content.str();
+  }
+  try {
+    return readCatalogue(text);
+  } catch (const std::runtime_error& e) {
+    throw Stop{kBadInput,
+               "catalogue " + (file.empty() ? std::string("(built-in)") : file) + ": " + e.what()};
+  }
+}
+
+std::string errorText(const AutomationError& e) {
+  return "error " + std::to_string(e.number) + " (" + e.source + "): " + e.description;
+}
+
+/// Errors that the automation layer raises about the arguments of a call.
+bool isArgumentError(const AutomationError& e) {
+  return e.source == "Brelvane" &&
+         (e.number == err::kTypeMismatch || e.number == err::kOverflow ||
+          e.number == err::kInvalidNull || e.number == err::kArgumentNotOptional ||
+          e.number == err::kWrongArgumentCount || e.number == err::kUnknownMember);
+}
+
+/// The world of one call: the factory, the demo host and connection, and
+/// the log that the launchers and the connection write to.
+class CallWorld {
+ public:
+  explicit CallWorld(const CallOptions& o) {
+    registerBrelvane(factory_);
+    standins::installLaunchers(factory_, Json(), log_);
+    host_ = makeDemoHost(loadCatalogue(o.catalogue), o.company);
+    log_.names.add(host_, "host");
+    connection_ = standins::makeConnection(Json{{"kind", "connection"}}, "connection", log_);
+  }
+
+  const ClassInfo* classOf(std::string_view progId) const {
+    for (const auto& entry : factory_.entries())
+      if (entry.info && sameName(entry.progId, progId)) return entry.info;
+    return nullptr;
+  }
+
+  Variant value(std::string_view text) {
+    return parseValue(text, [this](std::string_view name) -> std::shared_ptr<Dispatch> {
+      if (name == "host") return host_;
+      if (name == "connection") return connection_;
+      if (name == "control") {
+        auto control = standins::makeControl();
+        log_.names.add(control, log_.names.next("control"));
+        controls_.push_back(control);
+        return control;
+      }
+      return nullptr;
+    });
+  }
+
+  // Declared first: the objects below log into it when they go.
+  standins::Log log_;
+  ObjectFactory factory_;
+  std::shared_ptr<HostInterface> host_;
+  std::shared_ptr<Connection> connection_;
+  std::vector<std::shared_ptr<Dispatch>> controls_;
+};
+
+/// What the call produced: return value, arguments after it, and every
+/// readable property holding a text or an array.
+struct Outcome {
+  const ClassInfo* info;
+  const MethodInfo* method;
+  Variant result;
+  std::vector<Variant> args;
+  std::vector<std::pair<std::string, Variant>> properties;
+};
+
+bool hasReadable(const ClassInfo& info, std::string_view name) {
+  const auto* p = info.findProperty(name);
+  return p && p->canGet;
+}
+
+void printProperty(std::ostream& out, const std::string& name, const Variant& v,
+                   const standins::Names& names) {
+  if (v.isString()) {
+    auto lines = displayLines(v.string());
+    if (lines.size() <= 1) {
+      out << name << ": " << describe(v, names) << '\n';
+    } else {
+      out << name << ":\n";
+      for (const auto& line : lines) out << line << '\n';
+    }
+    return;
+  }
+  out << name << ": " << describe(v, names) << '\n';
+  const SafeArray& a = v.array();
+  const auto& el = a.elements();
+  if (a.dimensions() == 2) {
+    size_t cols = a.bounds()[1].count();
+    for (size_t i = 0; i < el.size(); ++i)
+      out << "  (" << a.bounds()[0].lower + static_cast<int32_t>(i / cols) << ", "
+          << a.bounds()[1].lower + static_cast<int32_t>(i % cols) << ")  " << describe(el[i], names)
+          << '\n';
+  } else if (a.dimensions() == 1) {
+    for (size_t i = 0; i < el.size(); ++i)
+      out << "  (" << a.bounds()[0].lower + static_cast<int32_t>(i) << ")  "
+          << describe(el[i], names) << '\n';
+  }
+}
+
+/// The lookup definition as the host's grid would use it.
+void printLookup(std::ostream& out, const Outcome& o) {
+  auto find = [&](std::string_view name) -> const Variant* {
+    for (const auto& [n, v] : o.properties)
+      if (sameName(n, name)) return &v;
+    return nullptr;
+  };
+  auto text = [&](std::string_view name) {
+    const Variant* v = find(name);
+    return v ? concatText(*v) : std::string();
+  };
+  out << "Caption:   " << text("Str_Caption") << '\n';
+  out << "Lookup id: " << text("IDLookup") << '\n';
+  out << "Columns:  ";
+  if (const Variant* fields = find("Arr_Fields"); fields && fields->isArray()) {
+    const SafeArray& a = fields->array();
+    if (a.dimensions() == 2) {
+      int32_t row = a.bounds()[0].lower;
+      for (int32_t c = a.bounds()[1].lower; c <= a.bounds()[1].upper; ++c)
+        out << (c == a.bounds()[1].lower ? " " : " | ") << concatText(a.at({row, c}));
+    }
+  }
+  out << '\n';
+  std::string sql = text("Str_Sql");
+  if (sql.empty()) {
+    out << "SQL:       (empty: the lookup failed)\n";
+    return;
+  }
+  out << "SQL:\n";
+  for (const auto& line : displayLines(sql)) out << line << '\n';
+}
+
+void printGeneric(std::ostream& out, const Outcome& o, const standins::Names& names) {
+  if (o.method->result) out << "Return: " << describe(o.result, names) << '\n';
+  for (size_t i = 0; i < o.method->params.size() && i < o.args.size(); ++i)
+    if (o.method->params[i].byRef)
+      out << "ByRef " << o.method->params[i].name << ": " << describe(o.args[i], names) << '\n';
+  for (const auto& [name, v] : o.properties) printProperty(out, name, v, names);
+}
+
+void printLog(std::ostream& out, const Json& entries) {
+  if (entries.empty()) return;
+  out << "Log:\n";
+  for (const auto& e : entries) {
+    Json rest = Json::object();
+    for (const auto& [k, v] : e.items())
+      if (k != "step" && k != "object" && k != "op") rest[k] = v;
+    out << "  " << e["object"].get<std::string>() << ' ' << e["op"].get<std::string>();
+    if (!rest.empty()) out << ' ' << rest.dump(-1, ' ', false, Json::error_handler_t::replace);
+    out << '\n';
+  }
+}
+
+int call(std::span<const std::string_view> args, std::ostream& out) {
+  CallOptions o = readOptions(args);
+  if (o.positional.size() < 2)
+    throw Stop{kBadInput, "expects PROGID METHOD [ARG...]; see brelvane call --help"};
+  std::string progId(o.positional[0]), methodName(o.positional[1]);
+
+  CallWorld world(o);
+  const ClassInfo* info = world.classOf(progId);
+  if (!info)
+    throw Stop{kBadInput, "unknown ProgID " + progId + "; brelvane list shows the classes"};
+  const MethodInfo* method = info->findMethod(methodName);
+  if (!method)
+    throw Stop{kBadInput, info->progId + " has no method " + methodName + "; brelvane list " +
+                              info->progId + " shows its members"};
+
+  std::vector<Variant> values;
+  for (size_t i = 2; i < o.positional.size(); ++i) {
+    try {
+      values.push_back(world.value(o.positional[i]));
+    } catch (const std::invalid_argument& e) {
+      throw Stop{kBadInput, "argument " + std::to_string(i - 1) + ": " + e.what()};
+    }
+  }
+  if (values.size() > method->params.size())
+    throw Stop{kBadInput, method->name + " takes " + std::to_string(method->params.size()) +
+                              " argument(s), not " + std::to_string(values.size())};
+  for (size_t i = 0; i < method->params.size(); ++i)
+    if (!method->params[i].optional && (i >= values.size() || values[i].isMissing()))
+      throw Stop{kBadInput, method->name + " needs its argument " + method->params[i].name};
+
+  std::shared_ptr<Dispatch> object;
+  try {
+    object = world.factory_.create(info->progId);
+  } catch (const AutomationError& e) {
+    throw Stop{1, "creating " + info->progId + ": " + errorText(e)};
+  }
+  world.log_.names.add(object, info->progId);
+  try {
+    for (const char* context : {"ActiveInterface", "Connessione"}) {
+      const auto* p = info->findProperty(context);
+      if (!p || !p->canPutRef) continue;
+      Variant v(std::string_view(context) == "ActiveInterface"
+                    ? std::shared_ptr<Dispatch>(world.host_)
+                    : std::shared_ptr<Dispatch>(world.connection_));
+      object->putRef(p->name, v);
+    }
+  } catch (const AutomationError& e) {
+    throw Stop{1, "handing over the demo host: " + errorText(e)};
+  }
+  for (const auto& [property, text] : o.sets) {
+    const auto* p = info->findProperty(property);
+    if (!p || !(p->canPut || p->canPutRef))
+      throw Stop{kBadInput, info->progId + " has no property " + property + " to set"};
+    try {
+      Variant v = world.value(text);
+      if (v.isObject())
+        object->putRef(p->name, v);
+      else
+        object->put(p->name, v);
+    } catch (const std::invalid_argument& e) {
+      throw Stop{kBadInput, "--set " + property + ": " + e.what()};
+    } catch (const AutomationError& e) {
+      throw Stop{kBadInput, "--set " + property + ": " + errorText(e)};
+    }
+  }
+
+  Outcome outcome{info, method, {}, values, {}};
+  try {
+    outcome.result = object->invoke(method->name, outcome.args);
+  } catch (const AutomationError& e) {
+    throw Stop{isArgumentError(e) ? kBadInput : 1, method->name + " raised " + errorText(e)};
+  }
+  for (const auto& p : info->properties) {
+    if (!p.canGet) continue;
+    try {
+      Variant v = object->get(p.name);
+      if (v.isString() || v.isArray()) outcome.properties.emplace_back(p.name, std::move(v));
+    } catch (const AutomationError&) {  // a property that cannot be read is not shown
+    }
+  }
+  const auto& names = world.log_.names;
+  if (o.json) {
+    Json doc = {{"progId", info->progId}, {"method", method->name}};
+    Json after = Json::array();
+    for (const auto& a : outcome.args) after.push_back(standins::toJson(a, names));
+    doc["args"] = after;
+    doc["return"] = standins::toJson(outcome.result, names);
+    doc["properties"] = Json::object();
+    for (const auto& [n, v] : outcome.properties) doc["properties"][n] = standins::toJson(v, names);
+    doc["log"] = world.log_.entries();
+    out << doc.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    return 0;
+  }
+  bool lookup = hasReadable(*info, "Str_Sql") && hasReadable(*info, "Arr_Fields") &&
+                hasReadable(*info, "Str_Caption") && hasReadable(*info, "IDLookup");
+  if (lookup)
+    printLookup(out, outcome);
+  else
+    printGeneric(out, outcome, names);
+  printLog(out, world.log_.entries());
+  return 0;
+}
+
+}  // namespace
+
+int callCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+  for (auto a : args) {
+    if (a == "--") break;
+    if (a == "--help" || a == "-h") {
+      out << kCallHelp;
+      return 0;
+    }
+  }
+  try {
+    return call(args, out);
+  } catch (const Stop& stop) {
+    err << "brelvane call: " << stop.message << '\n';
+    return stop.status;
+  } catch (const AutomationError& e) {
+    err << "brelvane call: " << errorText(e) << '\n';
+    return 1;
+  } catch (const std::exception& e) {
+    err << "brelvane call: " << e.what() << '\n';
+    return kBadInput;
+  }
+}
+
+}  // namespace brelvane::cli

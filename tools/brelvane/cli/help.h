@@ -1,0 +1,128 @@
+#pragma once
+// The --help texts of the tool and its commands.
+
+namespace brelvane::cli {
+
+inline constexpr const char* kToolHelp =
+    R"(brelvane - drive the Brelvane automation component from the command line
+
+Usage:
+  brelvane run FILE.json          run a scenario file (- reads standard input)
+  brelvane call PROGID METHOD [ARG...]
+                                  make one call on the built-in demo host
+  brelvane list [PROGID]          list the classes, their members and events
+  brelvane COMMAND --help         the options and details of one command
+
+Examples:
+  brelvane call Brelvane.CLSCI_LOOKUP NatureCosti
+  brelvane call --json Brelvane.CLSCI_LOOKUP TipiContiCoin
+  brelvane list Brelvane.CLSCI_LOOKUP
+  brelvane run tests/scenarios/lookup_code_tables.json
+
+Exit status: 0 success; 1 a scenario expectation failed, or a call raised an
+error of its own; 2 bad input (usage, unknown ProgID or member, wrong number
+of arguments, malformed JSON or a scenario of the wrong shape), with a
+one-line message on standard error.
+)";
+
+inline constexpr const char* kRunHelp = R"(Usage: brelvane run FILE.json
+       brelvane run -              (the scenario on standard input)
+
+Runs a scenario: creates the objects it names, sets their properties, calls
+their methods, reads their results and releases them, against scripted
+stand-ins for the host framework, its utility object, the database
+connection, the sibling launchers (Tormesk.CLSCI_CONNECT and
+Quillane.CLSCI_CONNECT) and event sinks.
+
+Document:
+  {"objects":   {NAME: {"kind": "host" | "connection" | "control", ...}},
+   "utility":   {"fail": [OP, ...]},
+   "launchers": {PROGID: {"fail": [...], "on": {METHOD: [{"call": M, "args": [...]}]}}},
+   "steps":     [STEP, ...]}                      (only "steps" is required)
+
+Steps:
+  {"create": PROGID, "as": NAME}
+  {"set": NAME, "values": {PROPERTY: VALUE, ...}}      (objects by reference)
+  {"call": NAME, "method": M, "args": [VALUE, ...]}
+  {"get": NAME, "properties": [P, ...]}                (none: every readable one)
+  {"advise": NAME, "sink": SINK, "handlers": {EVENT: {PARAM: VALUE}}}
+  {"release": NAME}
+Any step may carry "expect": {KEY: VALUE}: "error" (only the fields given
+are compared), "return" (call steps) or a property of the step's object,
+read after the step. Texts compare equal when they match after removing the
+blanks that stand directly before a CR, an LF or the end of the text.
+
+Values: null, true/false, integers (Long), fractions (Double), texts, and
+  {"$integer": 5} {"$long": 5} {"$double": 5} {"$date": "2026-11-22"}
+  {"$empty": true} {"$missing": true} {"$object": NAME} {"$object": null}
+  {"$array": {"bounds": [[0, 1], [0, 3]], "rows": [[...], [...]]}}
+
+Output (standard output): {"steps": [...], "log": [...], "failures": [...]}.
+"log" lists every operation that reached a stand-in and every event, each
+stamped with the step that caused it; objects the scenario still holds at
+the end are released after the last step, under the step number that
+follows it.
+
+Exit status: 0 every expectation held; 1 an expectation failed (listed in
+"failures"); 2 the file is not valid JSON or not a valid scenario (a one-line
+reason on standard error, nothing on standard output).
+)";
+
+inline constexpr const char* kCallHelp = R"(Usage: brelvane call [OPTIONS] PROGID METHOD [ARG...]
+
+Creates PROGID on the built-in demo host, sets its ActiveInterface and
+Connessione when it has them, applies the --set values, calls METHOD with
+the arguments and prints what the call produced. The demo host speaks
+Italian from a message catalogue built into the tool; its connection answers
+every query with no rows; the sibling launchers are recording stand-ins.
+
+Options:
+  --company VALUE      the current company's code (default 1)
+  --language VALUE     the current company's language code (default 'ITA')
+  --mode VALUE         the company mode setting (default 1)
+  --catalog FILE       read the message catalogue from FILE instead
+                       (one message a line: ID<TAB>TEXT)
+  --set PROPERTY=VALUE set a property before the call (repeatable, in order)
+  --json               print the result as one JSON document
+  --help               this text
+
+Values (arguments, --set, --company, --language, --mode):
+  42, -7               a Long; 2.5 a Double
+  'text'               a String (quote it for the shell: "'text'"); a word
+                       that is none of the forms here is a String as well
+  text:42              a String, whatever follows the colon
+  integer:7            an Integer (16-bit); double:7 a Double
+  true, false          a Boolean
+  null, empty          Null, Empty
+  missing              an optional argument left out
+  date:2026-11-22      a Date (date:2026-11-22T10:30:00 with a time)
+  host, connection     the demo host, the demo connection
+  control              an opaque control object (a text box, a field)
+  nothing              an empty object reference
+
+Output: for a lookup, its caption, lookup id, column captions and the SQL
+text line by line, each line as composed (CR LF ends a line; a lone CR
+shows as <CR>, a lone LF as <LF>). For anything else: the return value, the
+by-reference arguments after the call, then every readable property that
+holds a text or an array, and what reached the launchers. An empty SQL text
+means the lookup failed.
+
+Exit status: 0 the call completed; 1 it raised an error of its own; 2 bad
+input: an unknown ProgID or method, a wrong number of arguments, an argument
+the method cannot take, a bad option or catalogue.
+)";
+
+inline constexpr const char* kListHelp = R"(Usage: brelvane list [--json] [PROGID]
+
+Lists every class of the component (or only PROGID) from its registration
+table: its properties (type and access), its methods with their parameters
+(type, ByRef, Optional and default), its events and its enumerations.
+
+Options:
+  --json   print the listing as one JSON document
+  --help   this text
+
+Exit status: 0, or 2 for an unknown ProgID or option.
+)";
+
+}  // namespace brelvane::cli
