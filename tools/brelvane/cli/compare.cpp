@@ -73,12 +73,29 @@ bool matches(const Json& expected, const Json& actual) {
   return same(normalized(expected), normalized(actual));
 }
 
-bool errorMatches(const Json& expected, const Json& actual) {
-  if (expected.is_null() || actual.is_null()) return expected.is_null() && actual.is_null();
+namespace {
+
+/// Every field of `expected` is in `actual` with the same value.
+bool holdsFields(const Json& expected, const Json& actual) {
+  if (!expected.is_object() || !actual.is_object()) return false;
   for (const auto& [k, v] : expected.items()) {
     auto it = actual.find(k);
-    if (it == actual.end() || !same(v, *it)) return false;
+    if (it == actual.end() || !same(normalized(v), normalized(*it))) return false;
   }
+  return true;
+}
+
+}  // namespace
+
+bool errorMatches(const Json& expected, const Json& actual) {
+  if (expected.is_null() || actual.is_null()) return expected.is_null() && actual.is_null();
+  return holdsFields(expected, actual);
+}
+
+bool logMatches(const Json& expected, const Json& actual) {
+  if (!expected.is_array() || !actual.is_array() || expected.size() != actual.size()) return false;
+  for (size_t i = 0; i < expected.size(); ++i)
+    if (!holdsFields(expected[i], actual[i])) return false;
   return true;
 }
 

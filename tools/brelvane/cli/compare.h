@@ -28,4 +28,9 @@ bool matches(const Json& expected, const Json& actual);
 /// them, or null for none) holds for an actual error (null or all three).
 bool errorMatches(const Json& expected, const Json& actual);
 
+/// Whether a step's log entries are those expected: as many, in the same
+/// order, each holding the fields its expected entry gives (texts compared
+/// as by `matches`).
+bool logMatches(const Json& expected, const Json& actual);
+
 }  // namespace brelvane::cli

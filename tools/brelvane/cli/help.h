@@ -49,8 +49,10 @@ Steps:
   {"release": NAME}
 Any step may carry "expect": {KEY: VALUE}: "error" (only the fields given
 are compared), "return" (call steps) or a property of the step's object,
-read after the step. Texts compare equal when they match after removing the
-blanks that stand directly before a CR, an LF or the end of the text.
+read after the step, or "$log": the list of the log entries of that step,
+each giving the fields to compare ({"object": "host", "op": "Code"}). Texts
+compare equal when they match after removing the blanks that stand directly
+before a CR, an LF or the end of the text.
 
 Values: null, true/false, integers (Long), fractions (Double), texts, and
   {"$integer": 5} {"$long": 5} {"$double": 5} {"$date": "2026-11-22"}

@@ -165,10 +165,11 @@ class Validator {
     for (const auto& [name, spec] : objects.items()) define(name, "objects");
   }
 
-  void steps(const Json& steps) {
+  void steps(const Json& steps, TagCheck& tags) {
     if (!steps.is_array()) invalid("steps is a list");
     for (size_t i = 0; i < steps.size(); ++i) {
       try {
+        tags.walk(steps[i]);
         step(steps[i]);
       } catch (const ScenarioError& e) {
         invalid("step " + std::to_string(i) + ": " + e.what());
@@ -314,6 +315,12 @@ class Validator {
         }
         continue;
       }
+      if (key == "$log") {
+        if (!v.is_array()) invalid("$log is a list of log entries");
+        for (const auto& e : v)
+          if (!e.is_object()) invalid("$log is a list of log entries");
+        continue;
+      }
       if (key == "return" && op != Op::Call) invalid("only a call step expects a return");
       if (op == Op::Release) invalid("a release step expects nothing but an error");
       value(v, false);
@@ -333,10 +340,12 @@ void validate(const Json& doc, const ObjectFactory& factory) {
     if (!keys.count(key) && !isNote(key))
       invalid("unknown key " + inQuotes(key) + " in the scenario");
   if (!doc.contains("steps")) invalid("a scenario needs steps");
-  TagCheck().walk(doc);
+  TagCheck tags;
+  for (const char* key : {"objects", "utility", "launchers"})
+    if (doc.contains(key)) tags.walk(doc[key]);
   Validator validator(factory);
   if (doc.contains("objects")) validator.objects(doc["objects"]);
-  validator.steps(doc["steps"]);
+  validator.steps(doc["steps"], tags);
   if (doc.contains("launchers")) validator.launchers(doc["launchers"]);
 }
 
@@ -424,21 +433,25 @@ class Run {
     Json error = nullptr;
     try {
       std::string target = step[info.key].get<std::string>();
+      if (info.op == Op::Call) prepareCall(step, entry);
+      if (info.op == Op::Get) entry["values"] = Json::object();
+      // Expectations read the step's object even when the step fails.
+      if (info.op != Op::Create && info.op != Op::Release) subject = object(target);
       switch (info.op) {
         case Op::Create:
           subject = create(target, step);
           break;
         case Op::Set:
-          subject = set(target, step);
+          set(*subject, step);
           break;
         case Op::Call:
-          subject = call(target, step, entry);
+          call(*subject, step, entry);
           break;
         case Op::Get:
-          subject = get(target, step, entry);
+          get(*subject, step, entry);
           break;
         case Op::Advise:
-          subject = advise(target, step);
+          advise(subject, target, step);
           break;
         case Op::Release:
           release(target);
@@ -465,56 +478,53 @@ class Run {
     return created;
   }
 
-  std::shared_ptr<Dispatch> set(const std::string& target, const Json& step) {
-    auto subject = object(target);
+  void set(Dispatch& subject, const Json& step) {
     for (const auto& [name, v] : step["values"].items()) {
       Variant val = value(v);
       if (val.isObject())
-        subject->putRef(name, val);
+        subject.putRef(name, val);
       else
-        subject->put(name, val);
+        subject.put(name, val);
     }
-    return subject;
   }
 
-  std::shared_ptr<Dispatch> call(const std::string& target, const Json& step, Json& entry) {
-    Json given = step.contains("args") ? step["args"] : Json::array();
+  static void prepareCall(const Json& step, Json& entry) {
     entry["return"] = Json{{"$empty", true}};
-    entry["args"] = given;
-    auto subject = object(target);
+    entry["args"] = step.contains("args") ? step["args"] : Json::array();
+  }
+
+  void call(Dispatch& subject, const Json& step, Json& entry) {
     std::vector<Variant> args;
-    for (const auto& a : given) args.push_back(value(a));
-    Json after = Json::array();
+    for (const auto& a : entry["args"]) args.push_back(value(a));
+    auto after = [&] {
+      Json list = Json::array();
+      for (const auto& a : args) list.push_back(log_.value(a));
+      return list;
+    };
     try {
-      entry["return"] = log_.value(subject->invoke(step["method"].get<std::string>(), args));
+      entry["return"] = log_.value(subject.invoke(step["method"].get<std::string>(), args));
     } catch (...) {
-      for (const auto& a : args) after.push_back(log_.value(a));
-      entry["args"] = after;
+      entry["args"] = after();
       throw;
     }
-    for (const auto& a : args) after.push_back(log_.value(a));
-    entry["args"] = after;
-    return subject;
+    entry["args"] = after();
   }
 
-  std::shared_ptr<Dispatch> get(const std::string& target, const Json& step, Json& entry) {
-    entry["values"] = Json::object();
-    auto subject = object(target);
+  void get(Dispatch& subject, const Json& step, Json& entry) {
     std::vector<std::string> names;
     if (step.contains("properties")) {
       for (const auto& p : step["properties"]) names.push_back(p.get<std::string>());
-    } else if (const ClassInfo* info = subject->classInfo()) {
+    } else if (const ClassInfo* info = subject.classInfo()) {
       for (const auto& p : info->properties)
         if (p.canGet) names.push_back(p.name);
     } else {
-      names = standins::recordedProperties(*subject);
+      names = standins::recordedProperties(subject);
     }
-    for (const auto& name : names) entry["values"][name] = log_.value(subject->get(name));
-    return subject;
+    for (const auto& name : names) entry["values"][name] = log_.value(subject.get(name));
   }
 
-  std::shared_ptr<Dispatch> advise(const std::string& target, const Json& step) {
-    auto source = object(target);
+  void advise(const std::shared_ptr<Dispatch>& source, const std::string& target,
+              const Json& step) {
     auto container = std::dynamic_pointer_cast<ConnectionPointContainer>(source);
     if (!container)
       throw AutomationError(430, kSource,
@@ -531,7 +541,6 @@ class Run {
     }
     hold(name, sink);
     container->Advise(sink);
-    return source;
   }
 
   void release(const std::string& target) {
@@ -561,10 +570,17 @@ class Run {
 
   void check(size_t i, const Json& expect, const Json& entry,
              const std::shared_ptr<Dispatch>& subject) {
+    Json logged = Json::array();  // before reading properties, which may log too
+    if (expect.contains("$log"))
+      for (const auto& e : log_.entries())
+        if (e["step"] == i) logged.push_back(e);
     for (const auto& [key, expected] : expect.items()) {
       Json actual;
       bool held;
-      if (key == "error") {
+      if (key == "$log") {
+        actual = logged;
+        held = logMatches(expected, actual);
+      } else if (key == "error") {
         actual = entry["error"];
         held = errorMatches(expected, actual);
       } else if (key == "return") {
