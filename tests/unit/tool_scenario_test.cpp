@@ -1,0 +1,206 @@
+// `brelvane run` in process: the output document, the launcher and sink
+// stand-ins, names and lifetimes, and invalid scenarios.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "cli/scenario.h"
+#include "standins/standins.h"
+
+namespace brelvane::cli {
+namespace {
+
+using standins::Json;
+
+struct Outcome {
+  int status;
+  Json doc;  // null when nothing was written
+  std::string err;
+
+  /// The log entries of one object, as "op" or "op name" texts.
+  std::vector<std::string> ops(const std::string& object) const {
+    std::vector<std::string> out;
+    for (const auto& e : doc["log"])
+      if (e["object"] == object)
+        out.push_back(e["op"].get<std::string>() +
+                      (e.contains("name") ? " " + e["name"].get<std::string>() : ""));
+    return out;
+  }
+  Json entry(const std::string& object, const std::string& op, const std::string& name) const {
+    for (const auto& e : doc["log"])
+      if (e["object"] == object && e["op"] == op && e.value("name", "") == name) return e;
+    return nullptr;
+  }
+};
+
+Outcome run(const std::string& text) {
+  std::ostringstream out, err;
+  int status = runScenario(text, out, err);
+  return {status, out.str().empty() ? Json() : Json::parse(out.str()), err.str()};
+}
+
+// A launch whose launcher calls back twice; the sink answers both events.
+const char* kCallBacks = R"({
+  "objects": {"host": {"kind": "host"}},
+  "launchers": {"Quillane.CLSCI_CONNECT": {"on": {"ExecCausaliCOIN": [
+      {"call": "TransferData", "args": [false, "C01", 8]},
+      {"call": "ChiusuraSelezioneCausaleCoIn", "args": ["C01"]}]}}},
+  "steps": [
+    {"create": "Brelvane.CLSCI_CONNECT", "as": "cn"},
+    {"advise": "cn", "sink": "ev", "handlers": {
+        "TransferData": {"Cancel": true, "tsCalledProgram": {"$integer": 16}},
+        "ChiusuraSelezioneCausaleCoIn": {"CausaleCoInSelezionata": "C99"}}},
+    {"set": "cn", "values": {"ActiveInterface": {"$object": "host"}}},
+    {"call": "cn", "method": "ExecCausaliCOIN", "expect": {"return": true}},
+    {"get": "Quillane.CLSCI_CONNECT#1"},
+    {"release": "cn"}
+  ]})";
+
+TEST(ToolScenario, CallbacksRaiseEventsAndCarryTheHandlersAnswersBack) {
+  auto r = run(kCallBacks);
+  ASSERT_EQ(r.status, kScenarioHeld) << r.err;
+  auto launcher = "Quillane.CLSCI_CONNECT#1";
+  // The sink sees the arguments as the launcher passed them ...
+  EXPECT_EQ(r.entry("ev", "Event", "TransferData")["args"], Json::parse(R"([false, "C01", 8])"));
+  EXPECT_EQ(r.entry("ev", "Event", "ChiusuraSelezioneCausaleCoIn")["args"],
+            Json::parse(R"(["C01"])"));
+  // ... and the launcher gets its handlers' changes back.
+  EXPECT_EQ(r.entry(launcher, "Callback", "TransferData")["args"],
+            Json::parse(R"([true, "C01", 16])"));
+  EXPECT_EQ(r.entry(launcher, "Callback", "ChiusuraSelezioneCausaleCoIn")["args"],
+            Json::parse(R"(["C99"])"));
+  auto ops = r.ops(launcher);
+  auto call = std::find(ops.begin(), ops.end(), "Call ExecCausaliCOIN");
+  ASSERT_NE(call, ops.end());
+  EXPECT_EQ(*(call + 1), "Callback TransferData");
+  EXPECT_EQ(*(call + 2), "Callback ChiusuraSelezioneCausaleCoIn");
+  EXPECT_EQ(ops.front(), "Create");
+  EXPECT_EQ(ops.back(), "Release");
+  // A launcher lists what it was given, in order of first assignment.
+  const Json& values = r.doc["steps"][4]["values"];
+  ASSERT_GE(values.size(), 2u);
+  EXPECT_EQ(values.begin().key(), "Plookup");
+  EXPECT_EQ(values["Plookup"], Json::parse(R"({"$object": "cn"})"));
+  EXPECT_EQ(values["ActiveInterface"], Json::parse(R"({"$object": "host"})"));
+}
+
+TEST(ToolScenario, CallbacksNeedPlookupAndFailuresLeaveTheStepNotTheScenario) {
+  auto r = run(R"({
+    "objects": {"ctl": {"kind": "control"}},
+    "launchers": {"Tormesk.CLSCI_CONNECT": {"on": {"Go": [{"call": "TransferData"}]},
+                                            "fail": ["Broken"]}},
+    "steps": [{"create": "Tormesk.CLSCI_CONNECT"},
+              {"call": "Tormesk.CLSCI_CONNECT#1", "method": "go", "args": [1]},
+              {"set": "Tormesk.CLSCI_CONNECT#1", "values": {"Broken": 1, "After": 2}},
+              {"set": "Tormesk.CLSCI_CONNECT#1", "values": {"Plookup": {"$object": "ctl"}}},
+              {"call": "Tormesk.CLSCI_CONNECT#1", "method": "Go"}]})");
+  ASSERT_EQ(r.status, kScenarioHeld) << r.err;
+  const Json& steps = r.doc["steps"];
+  EXPECT_EQ(steps[0]["error"], nullptr);
+  EXPECT_EQ(steps[1]["error"]["number"], 91);
+  EXPECT_EQ(steps[1]["error"]["source"], "Tormesk.CLSCI_CONNECT#1");
+  EXPECT_EQ(steps[2]["error"], Json::parse(R"({"number": 5, "source": "Tormesk.CLSCI_CONNECT#1",
+                                               "description": "Broken failed"})"));
+  // The control has no TransferData: the callback's error is the call's.
+  EXPECT_EQ(steps[4]["error"]["number"], 438);
+  EXPECT_EQ(r.entry("Tormesk.CLSCI_CONNECT#1", "Callback", "TransferData")["error"]["number"], 438);
+  EXPECT_EQ(r.entry("Tormesk.CLSCI_CONNECT#1", "Put", "Broken")["failed"], true);
+  EXPECT_EQ(r.entry("Tormesk.CLSCI_CONNECT#1", "Put", "After"), nullptr);
+}
+
+TEST(ToolScenario, NamesAndTheEndOfTheScenario) {
+  auto r = run(R"({"steps": [
+    {"create": "Brelvane.CLSCI_LOOKUP"},
+    {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
+    {"create": "Quillane.CLSCI_CONNECT", "as": "q"},
+    {"set": "q", "values": {"Peer": {"$object": "Brelvane.CLSCI_LOOKUP#1"}}},
+    {"set": "lk", "values": {"Causale": {"$object": "q"}}, "expect": {"Causale": {"$object": "q"}}},
+    {"release": "lk"}]})");
+  ASSERT_EQ(r.status, kScenarioHeld) << r.err;
+  EXPECT_EQ(r.entry("Quillane.CLSCI_CONNECT#1", "PutRef", "Peer")["value"],
+            Json::parse(R"({"$object": "Brelvane.CLSCI_LOOKUP#1"})"));
+  // lk goes at its release; what the scenario still holds goes after the
+  // last step, last made first.
+  std::vector<std::pair<int, std::string>> releases;
+  for (const auto& e : r.doc["log"])
+    if (e["op"] == "Release") releases.emplace_back(e["step"], e["object"]);
+  EXPECT_EQ(releases, (std::vector<std::pair<int, std::string>>{
+                          {5, "utility#2"}, {6, "Quillane.CLSCI_CONNECT#1"}, {6, "utility#1"}}));
+}
+
+TEST(ToolScenario, OutputListsEveryStepAndTheUnmetExpectations) {
+  auto r = run(R"({"objects": {"host": {"kind": "host", "messages": {"74764": "Clienti"}}},
+    "steps": [
+    {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
+    {"call": "lk", "method": "TipoCliFor", "args": [], "expect": {"Str_Sql": ""}},
+    {"set": "lk", "values": {"ActiveInterface": {"$object": "host"}}},
+    {"call": "lk", "method": "TipoCliFor", "expect": {"Str_Caption": "Clienti ", "IDLookup": "x"}},
+    {"get": "lk", "properties": ["IDLookup"], "expect": {"IDLookup": "Lkp_TipoCliFor", "Segno": 1}}]})");
+  ASSERT_EQ(r.status, kScenarioFailed) << r.err;
+  ASSERT_EQ(r.doc["steps"].size(), 5u);
+  for (size_t i = 0; i < 5; ++i) EXPECT_EQ(r.doc["steps"][i]["step"], i);
+  EXPECT_EQ(r.doc["steps"][3]["op"], "call");
+  EXPECT_EQ(r.doc["steps"][4]["values"], Json::parse(R"({"IDLookup": "Lkp_TipoCliFor"})"));
+  EXPECT_EQ(r.doc["failures"], Json::parse(R"([
+    {"step": 3, "key": "IDLookup", "expected": "x", "actual": "Lkp_TipoCliFor"},
+    {"step": 4, "key": "Segno", "expected": 1, "actual": 0}])"));
+}
+
+TEST(ToolScenario, EventsOnlyFromObjectsThatRaiseThem) {
+  auto r = run(R"({"steps": [
+    {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
+    {"advise": "lk", "sink": "ev", "expect": {"error": {"number": 430}}},
+    {"create": "Brelvane.CLSCI_CONNECT", "as": "cn"},
+    {"advise": "cn", "sink": "ev2"},
+    {"call": "cn", "method": "TransferData", "args": [0, 5, "1"],
+     "expect": {"error": null}},
+    {"call": "cn", "method": "Teminate"}]})");
+  ASSERT_EQ(r.status, kScenarioHeld) << r.err << r.doc.dump();
+  EXPECT_EQ(r.entry("ev2", "Event", "TransferData")["args"], Json::parse("[false, 5, 1]"));
+  // By-reference arguments come back converted to their declared types.
+  EXPECT_EQ(r.doc["steps"][4]["args"], Json::parse("[false, 5, 1]"));
+}
+
+TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
+  const char* cases[] = {
+      "",
+      "{\"steps\": []",
+      "{\"steps\": [], \"frob\": 1}",
+      "{\"steps\": [{}]}",
+      "{\"steps\": [{\"get\": \"\"}]}",
+      "{\"steps\": [{\"create\": 5}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"get\": \"a\", \"properties\": [1]}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"set\": \"a\", \"values\": []}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"release\": \"a\", \"expect\": {\"X\": "
+      "1}}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
+      "\"args\": "
+      "[{\"$long\": 1.5}]}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
+      "\"args\": "
+      "[{\"$date\": \"2026-02-30\"}]}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
+      "\"args\": "
+      "[{\"$integer\": 1, \"$long\": 1}]}]}",
+      "{\"utility\": {\"fail\": \"Initialise\"}, \"steps\": []}",
+      "{\"objects\": {\"db\": {\"kind\": \"connection\", \"results\": 5}}, \"steps\": []}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"get\": \"a\", \"expect\": {\"$log\": "
+      "{}}}]}",
+      "{\"steps\": [\"\\xff\"]}",
+  };
+  for (const char* text : cases) {
+    auto r = run(text);
+    EXPECT_EQ(r.status, kScenarioInvalid) << text;
+    EXPECT_TRUE(r.doc.is_null()) << text;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << text << ": " << r.err;
+  }
+}
+
+TEST(ToolScenario, NoteKeysAreAllowedAndIgnored) {
+  auto r = run(R"({"description": "d", "steps": [{"comment": "c", "create": "Brelvane.CLSCI_LOOKUP",
+                   "as": "lk", "expect": {"error": null}}]})");
+  EXPECT_EQ(r.status, kScenarioHeld) << r.err;
+}
+
+}  // namespace
+}  // namespace brelvane::cli
