@@ -26,7 +26,8 @@ Json normalized(const Json& value) {
   }
   if (!value.is_object()) return value;
   if (value.size() == 1) {
-    const auto& [key, inner] = *value.items().begin();
+    const std::string& key = value.begin().key();
+    const Json& inner = value.begin().value();
     if ((key == "$integer" || key == "$long" || key == "$double") && inner.is_number())
       return inner;
     if (key == "$date" && inner.is_string()) {

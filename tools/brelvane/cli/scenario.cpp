@@ -57,7 +57,7 @@ class TagCheck {
       return;
     }
     if (!j.is_object()) return;
-    if (j.size() == 1) tag(j.items().begin().key(), j.items().begin().value(), j);
+    if (j.size() == 1) tag(j.begin().key(), j.begin().value(), j);
     for (const auto& [k, v] : j.items()) walk(v);
   }
 
@@ -216,7 +216,8 @@ class Validator {
     if (v.is_array()) invalid("a list is not a value (a 2-D array is an $array): " + v.dump());
     if (!v.is_object()) return;
     if (v.size() != 1) invalid("a tagged value has exactly one key: " + v.dump());
-    const auto& [key, inner] = *v.items().begin();
+    const std::string& key = v.begin().key();
+    const Json& inner = v.begin().value();
     static const std::set<std::string> tags = {"$integer", "$long",    "$double", "$date",
                                                "$empty",   "$missing", "$object", "$array"};
     if (!tags.count(key)) invalid("unknown tagged value: " + v.dump());

@@ -169,7 +169,9 @@ void installLaunchers(ObjectFactory& factory, const Json& spec, Log& log) {
   std::vector<std::pair<std::string, LauncherScript>> scripts;
   for (auto progId : kLauncherProgIds) scripts.emplace_back(std::string(progId), LauncherScript{});
   if (spec.is_object()) {
-    for (const auto& [key, value] : spec.items()) {
+    for (const auto& item : spec.items()) {
+      const std::string& key = item.key();
+      const Json& value = item.value();
       auto it = std::find_if(scripts.begin(), scripts.end(),
                              [&](const auto& s) { return sameName(s.first, key); });
       if (it == scripts.end())

@@ -151,7 +151,8 @@ Variant fromJson(const Json& j, const Names& names) {
       return Variant(j.get<double>());
     case Json::value_t::object: {
       if (j.size() != 1) bad("a tagged value has exactly one key", j);
-      const auto& [key, val] = *j.items().begin();
+      const std::string& key = j.begin().key();
+      const Json& val = j.begin().value();
       if (key == "$integer") {
         double d = numberOf(val);
         if (d != static_cast<int16_t>(d)) bad("$integer is a 16-bit whole number", j);
