@@ -35,9 +35,9 @@ int32_t chartKindLabel(const HostAccess& host, int kind) {
 }
 
 /// What each TipoLookupPdC lists: the window caption and the condition on
-/// PC01_INDTIPOPDC. The simple conditions end in a lone CR (the ORDER BY
-/// follows on the same line as far as a line-feed reader is concerned); the
-/// configured ones add the per-level count of PC02_CONFIGPDC.
+/// PC01_INDTIPOPDC. The simple conditions end in a lone CR, with the ORDER BY
+/// right after it; the configured ones add the check that PC02_CONFIGPDC has
+/// one row per level.
 struct ChartSelection {
   std::string_view caption;
   std::string_view condition;  ///< "" for no WHERE at all

@@ -1,5 +1,6 @@
-// Chart-of-accounts lookups: the chart list by TipoLookupPdC, rollover sets,
-// class correlations, and the account master laid out by the chart's kind.
+// The account master laid out by the chart's kind, and the empty lookup.
+// The chart list, rollover sets and class correlations are checked word for
+// word by the golden scenario lookup_chart.json.
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -46,110 +47,6 @@ struct ChartLookup : ::testing::Test {
   }
 };
 
-// ---- PianoDeiConti ----
-
-struct ChartSelectionCase {
-  int32_t tipo;
-  std::string caption;
-  std::string condition;  ///< the text between the FROM line and ORDER BY
-};
-
-TEST_F(ChartLookup, PianoDeiContiFiltersByTipoLookupPdC) {
-  const std::string configured =
-      " WHERE     PC01_INDTIPOPDC = %\r\n"
-      "   AND (\r\n"
-      "           (\r\n"
-      "               SELECT  COUNT(*)\r\n"
-      "               FROM    PC02_CONFIGPDC  WITH(NOLOCK)\r\n"
-      "               WHERE   PC02_CODICE_PC01 = PC01_CODICE\r\n"
-      "           ) = PC01_TOTLIVELLI\r\n"
-      "       )\r\n";
-  auto configuredOn = [&](char kind) {
-    std::string text = configured;
-    text[text.find('%')] = kind;
-    return text;
-  };
-  const std::vector<ChartSelectionCase> cases = {
-      {0, "Elenco piano dei conti", ""},
-      {1, "Elenco piano dei conti di riclassificazione", " WHERE     PC01_INDTIPOPDC IN (3,5,6)\r"},
-      {2, "Elenco piano dei conti non di riclassificazione",
-       " WHERE     PC01_INDTIPOPDC NOT IN (3,4,5,6)\r"},
-      {3, "Elenco piano dei conti di contabilità industriale", " WHERE     PC01_INDTIPOPDC = 1\r"},
-      {4, "Elenco piano dei conti voci di spesa", " WHERE     PC01_INDTIPOPDC = 2\r"},
-      {5, "Elenco piano dei conti di contabilità industriale configurati", configuredOn('1')},
-      {6, "Elenco piano dei conti voci di spesa configurati", configuredOn('2')},
-      {7, "Elenco piano dei conti riclassificato intercompany", " WHERE     PC01_INDTIPOPDC = 4\r"},
-      {8, "Elenco piano dei conti riclassificato BE - VL", " WHERE     PC01_INDTIPOPDC = 5\r"},
-      {9, "Elenco piano dei conti riclassificato Bilanci Infrannuali",
-       " WHERE     PC01_INDTIPOPDC = 6\r"},
-      {10, "kept", ""},
-      {-1, "kept", ""}};
-  useHost({{"CompanyMode", 1}});
-  for (const auto& c : cases) {
-    lookup->Str_Caption = "kept";
-    lookup->TipoLookupPdC = c.tipo;
-    lookup->PianoDeiConti();
-    const std::string& sql = lookup->Str_Sql;
-    const std::string from = " FROM      PC01_DESCRPDC WITH(NOLOCK)\r\n";
-    size_t at = unpadded(sql).find(from);
-    ASSERT_NE(at, std::string::npos) << c.tipo;
-    EXPECT_EQ(unpadded(sql).substr(at + from.size()), c.condition + " ORDER     BY PC01_CODICE\r\n")
-        << c.tipo;
-    EXPECT_EQ(lookup->Str_Caption, c.caption) << c.tipo;
-    EXPECT_EQ(captions(lookup->Arr_Fields),
-              (std::vector<std::string>{"Codice", "Descrizione", "Numero livelli", "Tipo PdC"}));
-    EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PdC"));
-  }
-}
-
-TEST_F(ChartLookup, PianoDeiContiLabelsEachChartKind) {
-  const std::string kinds =
-      "     CASE PC01_INDTIPOPDC\r\n"
-      "       WHEN 1\r\n           THEN 'Msg''%' \r\n"
-      "       WHEN 2\r\n           THEN 'Msg''61310' \r\n"
-      "       WHEN 3\r\n           THEN 'Msg''49181' \r\n"
-      "       WHEN 4\r\n           THEN 'Msg''49174' \r\n"
-      "       WHEN 5\r\n           THEN 'Msg''90764' \r\n"
-      "       WHEN 6\r\n           THEN 'Msg''93858' \r\n"
-      "     END AS PC01_INDTIPOPDC\r\n";
-  const std::vector<std::pair<Json, std::string>> modes = {
-      {Json(2), "15471"}, {Json(1), "75036"}, {Json(), "75036"}};
-  for (const auto& [mode, label] : modes) {
-    useHost({{"CompanyMode", mode}});
-    lookup->PianoDeiConti();
-    std::string expected = kinds;
-    expected.replace(expected.find('%'), 1, label);
-    EXPECT_NE(unpadded(lookup->Str_Sql).find(unpadded(expected)), std::string::npos) << mode;
-  }
-}
-
-TEST_F(ChartLookup, PianoDeiContiFailsWholeOnALabel) {
-  useHost(Json::object(), Json::array({"GetMessageText:49174"}));
-  lookup->TipoLookupPdC = 3;
-  lookup->PianoDeiConti();
-  EXPECT_EQ(lookup->Str_Sql, "");
-  EXPECT_EQ(lookup->Str_Caption, "");  // the caption comes after the labels
-  EXPECT_TRUE(lookup->IDLookup.isEmpty());
-}
-
-// ---- Rollover sets, the empty lookup, class correlations ----
-
-TEST_F(ChartLookup, RolloverSetsSortByTheGivenFieldOrByCode) {
-  useHost({{"Code", 12}});
-  const std::string head =
-      "SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK)  WHERE "
-      "CI58_DITTA_CG18 = 12 ORDER BY ";
-  for (const Variant& order : {Variant::missing(), Variant(""), Variant::null(), Variant()}) {
-    lookup->AnagraficaInsiemiRibaltamenti(order);
-    EXPECT_EQ(lookup->Str_Sql, head + "CI58_CODICE");
-  }
-  lookup->AnagraficaInsiemiRibaltamenti(Variant("CI58_DESCRIZIONE DESC"));
-  EXPECT_EQ(lookup->Str_Sql, head + "CI58_DESCRIZIONE DESC");
-  EXPECT_EQ(lookup->Str_Caption, "Msg'74710");
-  EXPECT_EQ(captions(lookup->Arr_Fields), (std::vector<std::string>{"Codice", "Descrizione"}));
-  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_AnagraficaInsiemiRibaltamenti"));
-}
-
 TEST_F(ChartLookup, IntermediPDCCoGe2OnlyEmptiesStrSql) {
   useHost({{"Code", 12}});
   lookup->AnagraficaInsiemiRibaltamenti(Variant::missing());
@@ -162,24 +59,6 @@ TEST_F(ChartLookup, IntermediPDCCoGe2OnlyEmptiesStrSql) {
   EXPECT_EQ(lookup->Str_Caption, "Msg'74710");
   EXPECT_EQ(lookup->IDLookup, Variant("Lkp_AnagraficaInsiemiRibaltamenti"));
   EXPECT_TRUE(world.log.entries().empty());
-}
-
-TEST_F(ChartLookup, ClassiCorrelateReadsChartAndCompany) {
-  useHost({{"Code", 3}});
-  lookup->ClassiCorrelate(Variant::null());
-  EXPECT_EQ(lookup->Str_Caption, "Msg'74741 0");
-  EXPECT_TRUE(
-      has(" OUTER APPLY FNPC05_CLASSI(PC06_CODICE_PC01, PC06_CLASSE_PC05 , 3) \r\n"
-          " WHERE   PC06_CODICE_PC01 = 0\r\n ORDER BY"));
-  EXPECT_TRUE(unpadded(lookup->Str_Sql).ends_with("PC06_PROG"));  // no final line break
-  EXPECT_EQ(selectColumns(), 5u);
-  EXPECT_EQ(captions(lookup->Arr_Fields).size(), 5u);
-  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_CorrClassi"));
-
-  useHost(Json::object());  // no company code: the function receives 0
-  lookup->ClassiCorrelate(Variant("7"));
-  EXPECT_EQ(lookup->Str_Caption, "Msg'74741 7");
-  EXPECT_TRUE(has("PC06_CLASSE_PC05 , 0) \r\n WHERE   PC06_CODICE_PC01 = 7\r\n"));
 }
 
 // ---- AnagraficaPianoDeiConti ----
