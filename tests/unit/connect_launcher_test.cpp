@@ -146,7 +146,8 @@ TEST(ConnectLaunch, EveryMethodHandsItsContextToItsLauncher) {
   enum class After { Keep, Detach, EndCorrelation };
   struct Row {
     std::string method, launcher;
-    std::vector<std::string> context;  // "Name" for a Variant holding 'Name', else "Name=value"
+    // "Name": a Variant holding 'Name'; "Name=value": put; "PutRef Name=object".
+    std::vector<std::string> context;
     std::string call;
     After after = After::Keep;
   };
@@ -458,16 +459,6 @@ TEST(ConnectLifetime, ALauncherLetGoDuringItsOwnCallSurvivesTheCall) {
   EXPECT_EQ(h.take().back(), "Quillane#1 Release");
   EXPECT_TRUE(h.call("ExecNatureCosti"));  // the next launch makes a new launcher
   EXPECT_EQ(h.take().front(), "Quillane#2 Create");
-}
-
-TEST(ConnectInterface, TheEnumerationsAreListed) {
-  const auto& enums = CLSCI_CONNECT::registration().enums;
-  ASSERT_EQ(enums.size(), 2u);
-  EXPECT_EQ(MovMagazzino | MovManodopera, 6);
-  EXPECT_EQ(enums[1].name, "tsEnumCalledProgrammiCOAN");
-  ASSERT_EQ(enums[1].members.size(), 38u);
-  EXPECT_EQ(enums[1].members[5], (std::pair<std::string, int32_t>{"tsEntità", 5}));
-  EXPECT_EQ(enums[1].members[37], (std::pair<std::string, int32_t>{"tsQuadratura", 37}));
 }
 
 }  // namespace
