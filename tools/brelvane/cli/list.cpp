@@ -16,6 +16,18 @@ namespace {
 
 using standins::Json;
 
+constexpr size_t kWidth = 100;  // wrap long lines before this column
+
+/// Width on a terminal: UTF-8 continuation bytes take no column.
+size_t columns(const std::string& text) {
+  return static_cast<size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string padded(const std::string& text, size_t width) {
+  return text + std::string(width - columns(text) + 2, ' ');
+}
+
 std::string access(const PropertyInfo& p) {
   std::string out;
   auto add = [&](const char* what) { out += (out.empty() ? "" : ", ") + std::string(what); };
@@ -47,17 +59,16 @@ void printClass(std::ostream& out, const ClassInfo& c) {
   if (!c.doc.empty()) out << " - " << c.doc;
   out << '\n';
   if (!c.properties.empty()) {
-    size_t width = 0, typeWidth = 0;
+    size_t width = 0, typeWidth = 0, accessWidth = 0;
     for (const auto& p : c.properties) {
-      width = std::max(width, p.name.size());
-      typeWidth = std::max(typeWidth, p.typeName.size());
+      width = std::max(width, columns(p.name));
+      typeWidth = std::max(typeWidth, columns(p.typeName));
+      accessWidth = std::max(accessWidth, access(p).size());
     }
     out << "  Properties:\n";
     for (const auto& p : c.properties) {
-      std::string line = "    " + p.name + std::string(width - p.name.size() + 2, ' ') +
-                         p.typeName + std::string(typeWidth - p.typeName.size() + 2, ' ') +
-                         access(p);
-      if (!p.doc.empty()) line += "  -- " + p.doc;
+      std::string line = "    " + padded(p.name, width) + padded(p.typeName, typeWidth) +
+                         (p.doc.empty() ? access(p) : padded(access(p), accessWidth) + p.doc);
       out << line << '\n';
     }
   }
@@ -77,10 +88,18 @@ void printClass(std::ostream& out, const ClassInfo& c) {
   if (!c.enums.empty()) {
     out << "  Enumerations:\n";
     for (const auto& e : c.enums) {
-      out << "    " << e.name << ":";
-      for (size_t i = 0; i < e.members.size(); ++i)
-        out << (i ? ", " : " ") << e.members[i].first << " = " << e.members[i].second;
-      out << '\n';
+      // Members run on as a paragraph, wrapped before the column limit.
+      std::string line = "    " + e.name + ":";
+      for (size_t i = 0; i < e.members.size(); ++i) {
+        std::string member = e.members[i].first + " = " + std::to_string(e.members[i].second) +
+                             (i + 1 < e.members.size() ? "," : "");
+        if (columns(line) + 1 + columns(member) > kWidth) {
+          out << line << '\n';
+          line = "       ";
+        }
+        line += " " + member;
+      }
+      out << line << '\n';
     }
   }
 }
