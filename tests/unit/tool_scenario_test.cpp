@@ -182,6 +182,8 @@ TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
       "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
       "\"args\": "
       "[{\"$integer\": 1, \"$long\": 1}]}]}",
+      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"set\": \"a\", \"values\": {\"P\": "
+      "{\"$array\": {\"bounds\": [[0, 0]], \"rows\": [[1]]}}}}]}",
       "{\"utility\": {\"fail\": \"Initialise\"}, \"steps\": []}",
       "{\"objects\": {\"db\": {\"kind\": \"connection\", \"results\": 5}}, \"steps\": []}",
       "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"get\": \"a\", \"expect\": {\"$log\": "

@@ -223,13 +223,15 @@ class Validator {
     if (!tags.count(key)) invalid("unknown tagged value: " + v.dump());
     if (key == "$missing" && !missing) invalid("$missing is for arguments only");
     if (key == "$object" && inner.is_string() && names) use(inner.get<std::string>());
-    if (key == "$array")
+    if (key == "$array") {
+      bool twoDimensions = inner["bounds"].size() == 2;  // rows of rows
       for (const auto& row : inner["rows"]) {
-        if (row.is_array())
+        if (twoDimensions)
           for (const auto& element : row) value(element, names);
         else
           value(row, names);
       }
+    }
   }
 
   void step(const Json& step) {
