@@ -98,7 +98,9 @@ Variant ClassInfo::invoke(Dispatch& self, std::string_view name, std::span<Varia
   slots.resize(m->params.size(), Variant::missing());
   detail::prepareArguments(*m, slots);
   Variant result = m->call(self, slots);
-  std::copy_n(slots.begin(), args.size(), args.begin());
+  // Only by-reference parameters hand a value back to the caller.
+  for (size_t i = 0; i < args.size(); ++i)
+    if (m->params[i].byRef) args[i] = std::move(slots[i]);
   return result;
 }
 

@@ -79,6 +79,13 @@ TEST(Dispatch, OptionalParametersTakeDefaultsOrStayMissing) {
   EXPECT_EQ(call(s, "Sort", {Variant("CI58_DESCRIZIONE")}), Variant("CI58_DESCRIZIONE"));
   EXPECT_EQ(call(s, "Level"), Variant(int16_t{1}));
   EXPECT_EQ(call(s, "Level", {Variant(int32_t{3})}), Variant(int16_t{3}));
+  // Defaults and conversions of by-value parameters stay on the callee's side.
+  std::vector<Variant> args{Variant::missing()};
+  s.invoke("Level", args);
+  EXPECT_TRUE(args[0].isMissing());
+  std::vector<Variant> text{Variant("7")};
+  s.invoke("Twice", text);
+  EXPECT_EQ(text[0], Variant("7"));
 }
 
 TEST(Dispatch, ByReferenceArgumentsCarryTheCalleesChanges) {

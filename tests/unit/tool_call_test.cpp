@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "brelvane/brelvane.h"
@@ -94,6 +93,16 @@ TEST(ToolCatalogue, ReadsLinesOfIdAndText) {
     EXPECT_THROW(readCatalogue(bad), std::runtime_error) << bad;
 }
 
+/// True when the text holds "[digits]", the demo host's text for an id its
+/// catalogue lacks.
+bool showsMissingId(const std::string& text) {
+  for (size_t open = text.find('['); open != std::string::npos; open = text.find('[', open + 1)) {
+    size_t close = text.find_first_not_of("0123456789", open + 1);
+    if (close != std::string::npos && close > open + 1 && text[close] == ']') return true;
+  }
+  return false;
+}
+
 TEST(ToolCatalogue, BuiltInCatalogueCoversTheCodeTableLookups) {
   Catalogue catalogue = readCatalogue(builtinCatalogue());
   ObjectFactory factory;
@@ -106,7 +115,7 @@ TEST(ToolCatalogue, BuiltInCatalogueCoversTheCodeTableLookups) {
     std::string sql = toText(lookup->get("Str_Sql")), caption = toText(lookup->get("Str_Caption"));
     EXPECT_FALSE(sql.empty()) << method;
     // An id missing from the catalogue would show as [ID].
-    EXPECT_FALSE(std::regex_search(sql + caption, std::regex("\\[[0-9]+\\]"))) << method;
+    EXPECT_FALSE(showsMissingId(sql + caption)) << method;
   }
 }
 

@@ -1,4 +1,5 @@
 // The scenario value encoding, names and the log.
+#include <cmath>
 #include <limits>
 
 #include "standins/standins.h"
@@ -75,18 +76,22 @@ Variant arrayFromJson(const Json& spec, const Names& names) {
     if (b.upper < b.lower - 1) bad("a bound's upper is below its lower", pair);
     bounds.push_back(b);
   }
-  SafeArray a(bounds);
+  // The rows are checked against the bounds before anything is allocated,
+  // so the array is never larger than the text that describes it.
   const Json& rows = spec["rows"];
   if (!rows.is_array() || rows.size() != bounds[0].count())
     bad("rows do not match the bounds", rows);
+  if (bounds.size() == 2)
+    for (const auto& row : rows)
+      if (!row.is_array() || row.size() != bounds[1].count())
+        bad("a row does not match the bounds", row);
+  SafeArray a(bounds);
   for (size_t i = 0; i < rows.size(); ++i) {
     auto r = static_cast<int32_t>(i) + bounds[0].lower;
     if (bounds.size() == 1) {
       a.at({r}) = fromJson(rows[i], names);
       continue;
     }
-    if (!rows[i].is_array() || rows[i].size() != bounds[1].count())
-      bad("a row does not match the bounds", rows[i]);
     for (size_t j = 0; j < rows[i].size(); ++j)
       a.at({r, static_cast<int32_t>(j) + bounds[1].lower}) = fromJson(rows[i][j], names);
   }
@@ -96,6 +101,11 @@ Variant arrayFromJson(const Json& spec, const Names& names) {
 double numberOf(const Json& j) {
   if (!j.is_number()) bad("expected a number", j);
   return j.get<double>();
+}
+
+/// A whole number within [low, high], checked before any cast.
+bool wholeWithin(double d, double low, double high) {
+  return std::isfinite(d) && d == std::trunc(d) && d >= low && d <= high;
 }
 
 }  // namespace
@@ -155,13 +165,15 @@ Variant fromJson(const Json& j, const Names& names) {
       const Json& val = j.begin().value();
       if (key == "$integer") {
         double d = numberOf(val);
-        if (d != static_cast<int16_t>(d)) bad("$integer is a 16-bit whole number", j);
+        if (!wholeWithin(d, std::numeric_limits<int16_t>::min(),
+                         std::numeric_limits<int16_t>::max()))
+          bad("$integer is a 16-bit whole number", j);
         return Variant(static_cast<int16_t>(d));
       }
       if (key == "$long") {
         double d = numberOf(val);
-        if (d != static_cast<double>(static_cast<int64_t>(d)) ||
-            d < std::numeric_limits<int32_t>::min() || d > std::numeric_limits<int32_t>::max())
+        if (!wholeWithin(d, std::numeric_limits<int32_t>::min(),
+                         std::numeric_limits<int32_t>::max()))
           bad("$long is a 32-bit whole number", j);
         return Variant(static_cast<int32_t>(d));
       }
