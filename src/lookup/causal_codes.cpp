@@ -2,6 +2,7 @@
 // when the company runs in mode 2, the standard one otherwise) and the lists
 // filtered by movement type.
 #include <string>
+#include <vector>
 
 #include "compose/case_column.h"
 #include "lookup/frame.h"
@@ -122,11 +123,25 @@ void projectLayout(lookup::Frame& f) {
   f.id("Lkp_PSCauCont");
 }
 
+/// The captions of the standard columns; column 3 reads "costo" in the full
+/// list and "conto" in the filtered ones, deliberately.
+std::vector<std::string> standardCaptions(std::string proposalCaption) {
+  return {"Codice",
+          "Descrizione",
+          "Tipo costo/ricavo",
+          std::move(proposalCaption),
+          "Tipo provenienza costo",
+          "Tipo movimentazione dati",
+          "Causale collegata",
+          "Modello",
+          "Tipo modello",
+          "Gestione costo manodopera",
+          "Numerazione automatica",
+          "Generazione registrazione automatica"};
+}
+
 void standardLayout(lookup::Frame& f) {
-  f.columns({"Codice", "Descrizione", "Tipo costo/ricavo", "Tipo proposta costo",
-             "Tipo provenienza costo", "Tipo movimentazione dati", "Causale collegata", "Modello",
-             "Tipo modello", "Gestione costo manodopera", "Numerazione automatica",
-             "Generazione registrazione automatica"});
+  f.columns(standardCaptions("Tipo proposta costo"));
   SqlText sql;
   standardColumns(sql, f.host);
   sql.line(" FROM    CI03_CAUSALI              WITH(NOLOCK)");
@@ -170,10 +185,7 @@ struct FilteredCaptions {
 void filteredLookup(lookup::Frame& f, int16_t mask, bool automaticNumberingOnly,
                     FilteredCaptions captions) {
   const MovementSelection selection = selectMovements(f.host, mask);
-  f.columns({"Codice", "Descrizione", "Tipo costo/ricavo", "Tipo proposta conto",
-             "Tipo provenienza costo", "Tipo movimentazione dati", "Causale collegata", "Modello",
-             "Tipo modello", "Gestione costo manodopera", "Numerazione automatica",
-             "Generazione registrazione automatica"});
+  f.columns(standardCaptions("Tipo proposta conto"));
   SqlText sql;
   standardColumns(sql, f.host);
   sql.line(" FROM    CI03_CAUSALI    WITH(NOLOCK)");

@@ -3,9 +3,12 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
+#include "fixture.h"
 
 namespace brelvane {
 namespace {
+
+using testing::errorOf;
 
 class Sample final : public AutomationObject<Sample> {
  public:
@@ -40,15 +43,6 @@ class Sample final : public AutomationObject<Sample> {
   }
   void Bump(int16_t& value) { ++value; }
 };
-
-int errorOf(auto&& f) {
-  try {
-    f();
-  } catch (const AutomationError& e) {
-    return e.number;
-  }
-  return 0;
-}
 
 Variant call(Dispatch& d, std::string_view name, std::vector<Variant> args = {}) {
   return d.invoke(name, args);

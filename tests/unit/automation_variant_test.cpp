@@ -3,18 +3,12 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/variant.h"
+#include "fixture.h"
 
 namespace brelvane {
 namespace {
 
-int errorOf(auto&& f) {
-  try {
-    f();
-  } catch (const AutomationError& e) {
-    return e.number;
-  }
-  return 0;
-}
+using testing::errorOf;
 
 TEST(VariantText, NumbersAreLocaleFreeDecimal) {
   EXPECT_EQ(toText(Variant(int16_t{-7})), "-7");

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "brelvane/brelvane.h"
+#include "cli/compare.h"
 #include "standins/standins.h"
 
 namespace brelvane::testing {
@@ -67,21 +68,20 @@ inline std::string lines(std::initializer_list<std::string_view> parts) {
   return out;
 }
 
-/// Removes every run of blanks before a CR, an LF or the end: padding blanks
-/// at line ends mean nothing to the server.
-inline std::string unpadded(std::string text) {
-  std::string out;
-  size_t blanks = 0;
-  for (char c : text) {
-    if (c == ' ') {
-      ++blanks;
-      continue;
-    }
-    if (c != '\r' && c != '\n') out.append(blanks, ' ');
-    blanks = 0;
-    out.push_back(c);
+/// The text without line-end padding, compared the way scenarios compare.
+inline std::string unpadded(const std::string& text) {
+  return cli::withoutLineEndBlanks(text);
+}
+
+/// The number of the AutomationError `f` raises, or 0 when it raises none.
+template <class F>
+int errorOf(F&& f) {
+  try {
+    f();
+  } catch (const AutomationError& e) {
+    return e.number;
   }
-  return out;
+  return 0;
 }
 
 }  // namespace brelvane::testing
