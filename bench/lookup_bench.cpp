@@ -2,7 +2,6 @@
 // component itself costs, in time and heap allocations per lookup.
 #include <benchmark/benchmark.h>
 
-
 #include "brelvane/brelvane.h"
 #include "brelvane/lookup/clsci_lookup.h"
 
@@ -13,13 +12,14 @@ namespace brelvane {
 namespace {
 
 // One object plays every role of the host; its texts are constants.
-class ConstantHost final : public HostInterface,
-                           public std::enable_shared_from_this<ConstantHost> {
+class ConstantHost final : public HostInterface, public std::enable_shared_from_this<ConstantHost> {
  public:
   struct Parts final : HostContext, MessageService, HostCompany, CompanySettings {
     std::shared_ptr<MessageService> Messages() override { return {self.lock(), this}; }
     std::shared_ptr<HostCompany> Company() override { return {self.lock(), this}; }
-    std::string GetMessageText(int32_t, const SafeArray&) override { return "Descrizione dell'etichetta"; }
+    std::string GetMessageText(int32_t, const SafeArray&) override {
+      return "Descrizione dell'etichetta";
+    }
     std::string PrepareSqlText(const std::string& text) override { return text; }
     std::shared_ptr<CompanySettings> Settings() override { return {self.lock(), this}; }
     Variant Code() override { return Variant(int32_t{1}); }
@@ -45,9 +45,8 @@ void compose(benchmark::State& state) {
     benchmark::DoNotOptimize(lk->Str_Sql.data());
   }
   if (lk->Str_Sql.empty()) state.SkipWithError("the lookup failed");
-  state.counters["allocs_per_lookup"] =
-      benchmark::Counter(static_cast<double>(allocationCount() - before) /
-                         static_cast<double>(state.iterations()));
+  state.counters["allocs_per_lookup"] = benchmark::Counter(
+      static_cast<double>(allocationCount() - before) / static_cast<double>(state.iterations()));
   state.counters["sql_bytes"] = static_cast<double>(lk->Str_Sql.size());
 }
 

@@ -27,7 +27,8 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
           .property("Str_Caption", &T::Str_Caption, {}, {}, "caption of the lookup window")
           .property("IDLookup", &T::IDLookup, {}, {}, "lookup identifier \"Lkp_...\"")
           .property("Connessione", &T::Connessione, "Connection", {}, "the company database")
-          .property("TipoLookupPdC", &T::TipoLookupPdC, "TipoLookupPdC", {}, "kind of chart to list")
+          .property("TipoLookupPdC", &T::TipoLookupPdC, "TipoLookupPdC", {},
+                    "kind of chart to list")
           .property("Segno", &T::Segno, "Segno", {}, "sign filter")
           .property("Causale", &T::Causale, {}, {}, "causal code filter")
           .property("DataValiditaConti", &T::DataValiditaConti, {}, {},

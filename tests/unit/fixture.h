@@ -23,11 +23,11 @@ struct World {
     standins::installUtility(factory, utility, log);
   }
 
-  std::shared_ptr<HostInterface> host(const Json& spec = Json{{"kind", "host"}}) {
-    return standins::makeHost(spec, "host", log);
+  std::shared_ptr<HostInterface> host(const Json& config = Json{{"kind", "host"}}) {
+    return standins::makeHost(config, "host", log);
   }
-  std::shared_ptr<Connection> connection(const Json& spec = Json{{"kind", "connection"}}) {
-    return standins::makeConnection(spec, "db", log);
+  std::shared_ptr<Connection> connection(const Json& config = Json{{"kind", "connection"}}) {
+    return standins::makeConnection(config, "db", log);
   }
   template <class T>
   std::shared_ptr<T> create() {

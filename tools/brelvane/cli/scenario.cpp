@@ -90,10 +90,10 @@ class TagCheck {
     }
   }
 
-  void array(const Json& spec, const Json& j) {
-    if (!spec.is_object() || !spec.contains("bounds") || !spec.contains("rows"))
+  void array(const Json& config, const Json& j) {
+    if (!config.is_object() || !config.contains("bounds") || !config.contains("rows"))
       invalid("an $array has bounds and rows: " + j.dump());
-    const Json& bounds = spec["bounds"];
+    const Json& bounds = config["bounds"];
     if (!bounds.is_array() || bounds.empty() || bounds.size() > 2)
       invalid("an $array has one or two bounds: " + j.dump());
     std::vector<size_t> counts;
@@ -108,7 +108,7 @@ class TagCheck {
     size_t total = counts[0] * (counts.size() == 2 ? counts[1] : 1);
     elements_ += total;
     if (elements_ > kMaxArrayElements) invalid("arrays too large");
-    const Json& rows = spec["rows"];
+    const Json& rows = config["rows"];
     if (!rows.is_array() || rows.size() != counts[0])
       invalid("the rows of an $array do not match its bounds: " + j.dump());
     if (counts.size() == 2)
@@ -162,7 +162,7 @@ class Validator {
 
   void objects(const Json& objects) {
     if (!objects.is_object()) invalid("objects is an object of stand-ins");
-    for (const auto& [name, spec] : objects.items()) define(name, "objects");
+    for (const auto& [name, config] : objects.items()) define(name, "objects");
   }
 
   void steps(const Json& steps, TagCheck& tags) {
@@ -180,9 +180,9 @@ class Validator {
   /// The object names that callbacks use may be defined anywhere.
   void launchers(const Json& launchers) {
     if (!launchers.is_object()) return;
-    for (const auto& [progId, spec] : launchers.items()) {
-      if (!spec.is_object() || !spec.contains("on") || !spec["on"].is_object()) continue;
-      for (const auto& [method, calls] : spec["on"].items()) {
+    for (const auto& [progId, config] : launchers.items()) {
+      if (!config.is_object() || !config.contains("on") || !config["on"].is_object()) continue;
+      for (const auto& [method, calls] : config["on"].items()) {
         if (!calls.is_array()) continue;
         for (const auto& call : calls)
           if (call.is_object() && call.contains("args") && call["args"].is_array())
@@ -365,8 +365,8 @@ class Run {
                                log_);
     validate(doc, factory_);
     if (doc.contains("objects"))
-      for (const auto& [name, spec] : doc["objects"].items())
-        hold(name, standins::makeStandin(spec, name, log_));
+      for (const auto& [name, config] : doc["objects"].items())
+        hold(name, standins::makeStandin(config, name, log_));
   }
 
   /// Runs every step, lets go of what the scenario still holds and writes

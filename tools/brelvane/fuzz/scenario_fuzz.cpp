@@ -21,7 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     case brelvane::cli::kScenarioFailed:
       if (!nlohmann::json::accept(out.str())) __builtin_trap();
       break;
-    default: __builtin_trap();
+    default:
+      __builtin_trap();
   }
   return 0;
 }

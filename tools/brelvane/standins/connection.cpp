@@ -136,10 +136,10 @@ class ScriptedConnection final : public Connection {
 
 }  // namespace
 
-std::shared_ptr<Connection> makeConnection(const Json& spec, const std::string& name, Log& log) {
-  if (!spec.is_object()) bad("a connection is an object", spec);
+std::shared_ptr<Connection> makeConnection(const Json& config, const std::string& name, Log& log) {
+  if (!config.is_object()) bad("a connection is an object", config);
   auto s = std::shared_ptr<ConnectionScript>(new ConnectionScript{name, log, {}, {}, {}, 0});
-  for (const auto& [k, v] : spec.items()) {
+  for (const auto& [k, v] : config.items()) {
     if (k == "kind") continue;
     if (k == "fail") {
       s->fail = FailList(v);
@@ -176,7 +176,7 @@ std::shared_ptr<Connection> makeConnection(const Json& spec, const std::string& 
         for (const auto& [param, value] : outputs.items()) slot[param] = fromJson(value, log.names);
       }
     } else {
-      bad("unknown key \"" + k + "\" in a connection", spec);
+      bad("unknown key \"" + k + "\" in a connection", config);
     }
   }
   auto connection = std::make_shared<ScriptedConnection>(std::move(s));

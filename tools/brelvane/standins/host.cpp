@@ -117,22 +117,22 @@ class Host final : public HostInterface {
 
 class Control final : public Dispatch {};
 
-void expectKeys(const Json& spec, std::initializer_list<std::string_view> keys) {
-  if (!spec.is_object()) throw ScenarioError("a stand-in is an object: " + spec.dump());
-  for (const auto& [k, v] : spec.items()) {
+void expectKeys(const Json& config, std::initializer_list<std::string_view> keys) {
+  if (!config.is_object()) throw ScenarioError("a stand-in is an object: " + config.dump());
+  for (const auto& [k, v] : config.items()) {
     bool known = false;
     for (auto key : keys) known = known || k == key;
-    if (!known) throw ScenarioError("unknown key \"" + k + "\" in " + spec.dump());
+    if (!known) throw ScenarioError("unknown key \"" + k + "\" in " + config.dump());
   }
 }
 
 }  // namespace
 
-std::shared_ptr<HostInterface> makeHost(const Json& spec, const std::string& name, Log& log) {
-  expectKeys(spec, {"kind", "company", "messages", "installationSetting", "fail"});
+std::shared_ptr<HostInterface> makeHost(const Json& config, const std::string& name, Log& log) {
+  expectKeys(config, {"kind", "company", "messages", "installationSetting", "fail"});
   auto s = std::shared_ptr<HostScript>(new HostScript{name, log, {}, {}, {}, {}});
-  if (spec.contains("company")) {
-    const Json& c = spec["company"];
+  if (config.contains("company")) {
+    const Json& c = config["company"];
     if (!c.is_object()) throw ScenarioError("company is an object: " + c.dump());
     for (const auto& [k, v] : c.items()) {
       if (k != "Code" && k != "LanguageCode" && k != "CompanyMode")
@@ -140,8 +140,8 @@ std::shared_ptr<HostInterface> makeHost(const Json& spec, const std::string& nam
       s->company[k] = fromJson(v, log.names);
     }
   }
-  if (spec.contains("messages")) {
-    const Json& m = spec["messages"];
+  if (config.contains("messages")) {
+    const Json& m = config["messages"];
     if (!m.is_object()) throw ScenarioError("messages is an object: " + m.dump());
     for (const auto& [k, v] : m.items()) {
       if (!v.is_string()) throw ScenarioError("message " + k + " is not a text");
@@ -155,9 +155,9 @@ std::shared_ptr<HostInterface> makeHost(const Json& spec, const std::string& nam
       }
     }
   }
-  if (spec.contains("installationSetting"))
-    s->installationSetting = fromJson(spec["installationSetting"], log.names);
-  if (spec.contains("fail")) s->fail = FailList(spec["fail"]);
+  if (config.contains("installationSetting"))
+    s->installationSetting = fromJson(config["installationSetting"], log.names);
+  if (config.contains("fail")) s->fail = FailList(config["fail"]);
   auto host = std::make_shared<Host>(std::move(s));
   log.names.add(host, name);
   return host;
@@ -167,14 +167,14 @@ std::shared_ptr<Dispatch> makeControl() {
   return std::make_shared<Control>();
 }
 
-std::shared_ptr<Dispatch> makeStandin(const Json& spec, const std::string& name, Log& log) {
-  if (!spec.is_object() || !spec.contains("kind") || !spec["kind"].is_string())
+std::shared_ptr<Dispatch> makeStandin(const Json& config, const std::string& name, Log& log) {
+  if (!config.is_object() || !config.contains("kind") || !config["kind"].is_string())
     throw ScenarioError("stand-in \"" + name + "\" needs a kind");
-  auto kind = spec["kind"].get<std::string>();
-  if (kind == "host") return makeHost(spec, name, log);
-  if (kind == "connection") return makeConnection(spec, name, log);
+  auto kind = config["kind"].get<std::string>();
+  if (kind == "host") return makeHost(config, name, log);
+  if (kind == "connection") return makeConnection(config, name, log);
   if (kind == "control") {
-    expectKeys(spec, {"kind"});
+    expectKeys(config, {"kind"});
     auto control = makeControl();
     log.names.add(control, name);
     return control;

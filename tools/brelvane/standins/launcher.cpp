@@ -33,10 +33,10 @@ struct LauncherScript {
   throw ScenarioError("launcher " + progId + ": " + what);
 }
 
-LauncherScript readScript(const std::string& progId, const Json& spec) {
+LauncherScript readScript(const std::string& progId, const Json& config) {
   LauncherScript script;
-  if (!spec.is_object()) badLauncher(progId, "its configuration is an object");
-  for (const auto& [key, value] : spec.items()) {
+  if (!config.is_object()) badLauncher(progId, "its configuration is an object");
+  for (const auto& [key, value] : config.items()) {
     if (key == "fail") {
       if (!value.is_array()) badLauncher(progId, "fail is a list of names");
       for (const auto& item : value) {
@@ -163,13 +163,13 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
 
 }  // namespace
 
-void installLaunchers(ObjectFactory& factory, const Json& spec, Log& log) {
-  if (!spec.is_null() && !spec.is_object())
-    throw ScenarioError("launchers is an object of ProgIDs: " + spec.dump());
+void installLaunchers(ObjectFactory& factory, const Json& config, Log& log) {
+  if (!config.is_null() && !config.is_object())
+    throw ScenarioError("launchers is an object of ProgIDs: " + config.dump());
   std::vector<std::pair<std::string, LauncherScript>> scripts;
   for (auto progId : kLauncherProgIds) scripts.emplace_back(std::string(progId), LauncherScript{});
-  if (spec.is_object()) {
-    for (const auto& item : spec.items()) {
+  if (config.is_object()) {
+    for (const auto& item : config.items()) {
       const std::string& key = item.key();
       const Json& value = item.value();
       auto it = std::find_if(scripts.begin(), scripts.end(),

@@ -88,22 +88,22 @@ AutomationError failure(const std::string& object, std::string_view op);
 
 /// The host framework stand-in: {"kind": "host", "company": {...},
 /// "messages": {...}, "installationSetting": v, "fail": [...]}.
-std::shared_ptr<HostInterface> makeHost(const Json& spec, const std::string& name, Log& log);
+std::shared_ptr<HostInterface> makeHost(const Json& config, const std::string& name, Log& log);
 
 /// The database connection stand-in: {"kind": "connection", "results": [...],
 /// "procedures": {...}, "fail": [...]}.
-std::shared_ptr<Connection> makeConnection(const Json& spec, const std::string& name, Log& log);
+std::shared_ptr<Connection> makeConnection(const Json& config, const std::string& name, Log& log);
 
 /// An opaque object ({"kind": "control"}): only its identity matters.
 std::shared_ptr<Dispatch> makeControl();
 
 /// Builds a stand-in by its "kind" and names it in the log.
-std::shared_ptr<Dispatch> makeStandin(const Json& spec, const std::string& name, Log& log);
+std::shared_ptr<Dispatch> makeStandin(const Json& config, const std::string& name, Log& log);
 
 /// Registers the scripted utility object ({"fail": [...]}) as the host
 /// library's utility: each instance is named utility#1, utility#2, ... in
 /// order of creation and logs Create, then each operation with its args.
-void installUtility(ObjectFactory& factory, const Json& spec, Log& log);
+void installUtility(ObjectFactory& factory, const Json& config, Log& log);
 
 /// The sibling launcher ProgIDs; both are always creatable in a scenario.
 inline constexpr std::string_view kLauncherProgIds[] = {"Tormesk.CLSCI_CONNECT",
@@ -115,7 +115,7 @@ inline constexpr std::string_view kLauncherProgIds[] = {"Tormesk.CLSCI_CONNECT",
 /// named PROGID#n in order of creation, accepts every member by name and logs
 /// Create, Put, PutRef, Call, Callback and Release. Raises ScenarioError on a
 /// malformed configuration.
-void installLaunchers(ObjectFactory& factory, const Json& spec, Log& log);
+void installLaunchers(ObjectFactory& factory, const Json& config, Log& log);
 
 /// The properties assigned to a launcher stand-in, in order of first
 /// assignment; empty for any other object.

@@ -70,12 +70,12 @@ class ScriptedUtility final : public UtilityObject {
 
 }  // namespace
 
-void installUtility(ObjectFactory& factory, const Json& spec, Log& log) {
-  if (!spec.is_null() && !spec.is_object())
-    throw ScenarioError("utility is an object: " + spec.dump());
-  FailList fail(spec.is_object() && spec.contains("fail") ? spec["fail"] : Json());
-  if (spec.is_object())
-    for (const auto& [k, v] : spec.items())
+void installUtility(ObjectFactory& factory, const Json& config, Log& log) {
+  if (!config.is_null() && !config.is_object())
+    throw ScenarioError("utility is an object: " + config.dump());
+  FailList fail(config.is_object() && config.contains("fail") ? config["fail"] : Json());
+  if (config.is_object())
+    for (const auto& [k, v] : config.items())
       if (k != "fail") throw ScenarioError("unknown key \"" + k + "\" in utility");
   factory.add(std::string(kUtilityProgId),
               [fail, &log](ObjectFactory&) -> std::shared_ptr<Dispatch> {

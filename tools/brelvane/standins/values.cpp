@@ -64,10 +64,10 @@ int32_t boundValue(const Json& j) {
   return static_cast<int32_t>(v);
 }
 
-Variant arrayFromJson(const Json& spec, const Names& names) {
-  if (!spec.is_object() || !spec.contains("bounds") || !spec.contains("rows"))
-    bad("an $array needs bounds and rows", spec);
-  const Json& jb = spec["bounds"];
+Variant arrayFromJson(const Json& config, const Names& names) {
+  if (!config.is_object() || !config.contains("bounds") || !config.contains("rows"))
+    bad("an $array needs bounds and rows", config);
+  const Json& jb = config["bounds"];
   if (!jb.is_array() || jb.empty() || jb.size() > 2) bad("an $array has one or two bounds", jb);
   std::vector<Bound> bounds;
   for (const auto& pair : jb) {
@@ -78,7 +78,7 @@ Variant arrayFromJson(const Json& spec, const Names& names) {
   }
   // The rows are checked against the bounds before anything is allocated,
   // so the array is never larger than the text that describes it.
-  const Json& rows = spec["rows"];
+  const Json& rows = config["rows"];
   if (!rows.is_array() || rows.size() != bounds[0].count())
     bad("rows do not match the bounds", rows);
   if (bounds.size() == 2)
