@@ -72,7 +72,7 @@ void CLSCI_CONNECT::TransferData(bool& Cancel, const Variant& Data, int32_t& tsC
   ignoringErrors([&] { tsCalledProgram = toLong(args[2]); });
 }
 
-void CLSCI_CONNECT::ChiusuraMovimentiContabilitaIndustriale() {
+void CLSCI_CONNECT::ChiusuraMovimentiContabilitàIndustriale() {
   auto keepAlive = self_.lock();
   ignoringErrors([&] { raise("ChiusuraMovimentiContabilitàIndustriale", {}); });
   // Without a launcher each statement fails on its own and is passed over.
@@ -223,7 +223,7 @@ const ClassInfo& CLSCI_CONNECT::registration() {
                   {arg("Cancel"), arg("Data"), arg("tsCalledProgram", "tsEnumCalledProgrammiCOAN")},
                   "raises TransferData")
           .method("ChiusuraMovimentiContabilitàIndustriale",
-                  &T::ChiusuraMovimentiContabilitaIndustriale, {},
+                  &T::ChiusuraMovimentiContabilitàIndustriale, {},
                   "raises its event, then ends the launcher")
           .method("ChiusuraSelezioneCausaleCoIn", &T::ChiusuraSelezioneCausaleCoIn,
                   {arg("CausaleCoInSelezionata")}, "raises its event")
@@ -246,7 +246,7 @@ const ClassInfo& CLSCI_CONNECT::registration() {
                   {opt("fvarCodiceCausale", Variant(""))})
           .method("ExecConfigurazionePdC", &T::ExecConfigurazionePdC)
           .method("ExecClassi", &T::ExecClassi)
-          .method("ExecConfigurazioneEntità", &T::ExecConfigurazioneEntita)
+          .method("ExecConfigurazioneEntità", &T::ExecConfigurazioneEntità)
           .method("ExecModelli", &T::ExecModelli)
           .method("ExecConfigurazioneModelli", &T::ExecConfigurazioneModelli)
           .method("ExecMovimentiCOIN", &T::ExecMovimentiCOIN)

@@ -255,7 +255,7 @@ bool CLSCI_CONNECT::ExecCodiciPdC() { return launch(connect::row("ExecCodiciPdC"
 bool CLSCI_CONNECT::ExecNatureCosti() { return launch(connect::row("ExecNatureCosti")); }
 bool CLSCI_CONNECT::ExecConfigurazionePdC() { return launch(connect::row("ExecConfigurazionePdC")); }
 bool CLSCI_CONNECT::ExecClassi() { return launch(connect::row("ExecClassi")); }
-bool CLSCI_CONNECT::ExecConfigurazioneEntita() { return launch(connect::row("ExecConfigurazioneEntità")); }
+bool CLSCI_CONNECT::ExecConfigurazioneEntità() { return launch(connect::row("ExecConfigurazioneEntità")); }
 bool CLSCI_CONNECT::ExecModelli() { return launch(connect::row("ExecModelli")); }
 bool CLSCI_CONNECT::ExecConfigurazioneModelli() { return launch(connect::row("ExecConfigurazioneModelli")); }
 bool CLSCI_CONNECT::ExecMovimentiCOIN() { return launch(connect::row("ExecMovimentiCOIN")); }

@@ -115,7 +115,7 @@ class CLSCI_CONNECT final : public AutomationObject<CLSCI_CONNECT>,
   /// tsCalledProgram come back to the launcher.
   void TransferData(bool& Cancel, const Variant& Data, int32_t& tsCalledProgram);
   /// Raises its event, then unlinks the launcher and calls its Terminate.
-  void ChiusuraMovimentiContabilitaIndustriale();
+  void ChiusuraMovimentiContabilitàIndustriale();
   /// Raises its event; a handler's change of the code comes back.
   void ChiusuraSelezioneCausaleCoIn(Variant& CausaleCoInSelezionata);
   /// Drops this object's links and those of the launcher, calls the
@@ -138,7 +138,7 @@ class CLSCI_CONNECT final : public AutomationObject<CLSCI_CONNECT>,
   bool ExecPropostaSezionale(const Variant& fvarCodiceCausale);
   bool ExecConfigurazionePdC();
   bool ExecClassi();
-  bool ExecConfigurazioneEntita();
+  bool ExecConfigurazioneEntità();
   bool ExecModelli();
   bool ExecConfigurazioneModelli();
   bool ExecMovimentiCOIN();
