@@ -1,10 +1,8 @@
-// CLSCI_CONNECT against a recording launcher: every launch method's exchange
-// with its launcher, the shared launcher, failures, events coming back
-// through Plookup, the closing calls, and the lifetime of the pair.
+// CLSCI_CONNECT against the shared recording launchers: every launch method's
+// exchange with its launcher, the shared launcher, failures, events coming
+// back through Plookup, the closing calls, and the lifetime of the pair.
 #include <algorithm>
-#include <functional>
-#include <map>
-#include <set>
+#include <sstream>
 
 #include "brelvane/connect/clsci_connect.h"
 #include "fixture.h"
@@ -12,229 +10,143 @@
 namespace brelvane::testing {
 namespace {
 
-constexpr std::string_view kTormesk = "Tormesk.CLSCI_CONNECT";
-constexpr std::string_view kQuillane = "Quillane.CLSCI_CONNECT";
+using Lines = std::vector<std::string>;
 
-/// What the launchers did, one readable line per operation.
-struct Trace {
-  std::vector<std::string> lines;
-  std::map<const Dispatch*, std::string> names;  // objects by identity
+const std::string kTormesk = "Tormesk.CLSCI_CONNECT", kT1 = kTormesk + "#1";
+const std::string kQuillane = "Quillane.CLSCI_CONNECT", kQ1 = kQuillane + "#1";
 
-  std::string text(const Variant& v) const {
-    if (v.isNull()) return "Null";
-    if (v.isString()) return "'" + v.string() + "'";
-    if (!v.isObject()) return toText(v);
-    if (!v.object()) return "Nothing";
-    auto it = names.find(v.object().get());
-    return it == names.end() ? "?" : it->second;
+Lines operator+(Lines a, const Lines& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+/// The operations of one object ("op; op; ..."), each prefixed with its name.
+Lines of(const std::string& object, std::string_view ops) {
+  Lines out;
+  for (size_t at = 0, end = 0; at < ops.size(); at = end + 2) {
+    end = std::min(ops.find("; ", at), ops.size());
+    out.push_back(object + " " + std::string(ops.substr(at, end - at)));
   }
-};
-
-using Callback = std::function<void(Dispatch& plookup, std::span<Variant> args)>;
-
-/// A launcher that accepts every member by name and records it; `on` runs
-/// when a method is called, given the object its Plookup holds.
-class FakeLauncher final : public Dispatch, public std::enable_shared_from_this<FakeLauncher> {
- public:
-  FakeLauncher(std::string name, Trace& trace, const std::set<std::string>& fails,
-               const std::map<std::string, Callback>& on)
-      : name_(std::move(name)), trace_(trace), fails_(fails), on_(on) {}
-  ~FakeLauncher() override { trace_.lines.push_back(name_ + " Release"); }
-
-  Variant get(std::string_view name) override { return values_[std::string(name)]; }
-  void put(std::string_view name, const Variant& v) override { assign("Put", name, v); }
-  void putRef(std::string_view name, const Variant& v) override { assign("PutRef", name, v); }
-  Variant invoke(std::string_view name, std::span<Variant> args) override {
-    auto keepAlive = shared_from_this();
-    std::string list;
-    for (const auto& a : args) list += (list.empty() ? "" : ",") + trace_.text(a);
-    trace_.lines.push_back(name_ + " Call " + std::string(name) + "(" + list + ")");
-    check(name);
-    if (auto it = on_.find(std::string(name)); it != on_.end()) {
-      std::shared_ptr<Dispatch> target = values_["Plookup"].object();
-      it->second(*target, args);
-    }
-    return {};
-  }
-
- private:
-  void assign(const std::string& op, std::string_view name, const Variant& v) {
-    trace_.lines.push_back(name_ + " " + op + " " + std::string(name) + "=" + trace_.text(v));
-    check(name);
-    values_[std::string(name)] = v;
-  }
-  void check(std::string_view member) const {
-    if (fails_.count(std::string(member))) throw AutomationError(5, name_, "failed");
-  }
-  std::string name_;
-  Trace& trace_;
-  const std::set<std::string>& fails_;
-  const std::map<std::string, Callback>& on_;
-  std::map<std::string, Variant> values_;
-};
-
-/// An event sink that records each event and lets a handler answer.
-class Sink final : public Dispatch {
- public:
-  explicit Sink(Trace& trace) : trace_(trace) {}
-  std::map<std::string, Callback> handlers;
-  Variant invoke(std::string_view name, std::span<Variant> args) override {
-    std::string list;
-    for (const auto& a : args) list += (list.empty() ? "" : ",") + trace_.text(a);
-    trace_.lines.push_back("Event " + std::string(name) + "(" + list + ")");
-    if (auto it = handlers.find(std::string(name)); it != handlers.end()) it->second(*this, args);
-    return {};
-  }
-
- private:
-  Trace& trace_;
-};
-
-/// A world with both launcher ProgIDs, a host and one CLSCI_CONNECT.
-struct Harness {
-  World world;
-  Trace trace;
-  std::set<std::string> fails;  // member names, or a ProgID whose creation fails
-  std::map<std::string, Callback> on;
-  std::map<std::string, int> created;
-  std::vector<std::weak_ptr<Dispatch>> launchers;  // every launcher made, in order
-  std::shared_ptr<Dispatch> field = standins::makeControl();
-  std::shared_ptr<CLSCI_CONNECT> cn = world.create<CLSCI_CONNECT>();
-
-  explicit Harness(const Json& installationSetting = 1) {
-    for (auto progId : {kTormesk, kQuillane}) {
-      world.factory.add(std::string(progId), [this, progId](ObjectFactory&) {
-        std::string name = std::string(progId.substr(0, progId.find('.'))) + "#" +
-                           std::to_string(++created[std::string(progId)]);
-        trace.lines.push_back(name + " Create");
-        if (fails.count(std::string(progId))) throw AutomationError(5, name, "failed");
-        auto launcher = std::make_shared<FakeLauncher>(name, trace, fails, on);
-        launchers.push_back(launcher);
-        return launcher;
-      });
-    }
-    cn->ActiveInterface =
-        world.host({{"kind", "host"}, {"installationSetting", installationSetting}});
-    cn->ConnectField = field;
-    name(cn, "cn");
-    name(cn->ActiveInterface, "host");
-    name(field, "field");
-  }
-  void name(const std::shared_ptr<Dispatch>& object, std::string text) {
-    trace.names[object.get()] = std::move(text);
-  }
-  /// The trace since the last call, cleared.
-  std::vector<std::string> take() { return std::exchange(trace.lines, {}); }
-  bool call(std::string_view method, std::vector<Variant> args = {}) {
-    return toBool(cn->invoke(method, args));
-  }
-};
-
-std::vector<std::string> opening(const std::string& launcher, bool connectField = true) {
-  std::vector<std::string> out = {launcher + " Create", launcher + " PutRef Plookup=cn",
-                                  launcher + " PutRef ActiveInterface=host"};
-  if (connectField) out.push_back(launcher + " PutRef ConnectField=field");
   return out;
 }
 
-std::vector<std::string> unlinking(const std::string& launcher) {
-  return {launcher + " PutRef ConnectField=Nothing", launcher + " PutRef ActiveInterface=Nothing",
-          launcher + " PutRef Plookup=Nothing", launcher + " Call Terminate()"};
+/// A logged value the way the lines show it: 'text', Null, True, 7, an object's name.
+std::string text(const Json& v) {
+  if (v.is_string()) return "'" + v.get<std::string>() + "'";
+  if (v.is_object() && v.contains("$object"))
+    return v["$object"].is_null() ? "Nothing" : v["$object"].get<std::string>();
+  return v.is_null() ? "Null" : v.is_boolean() ? (v.get<bool>() ? "True" : "False") : v.dump();
+}
+
+/// A log entry as "OBJECT OP NAME=VALUE" or "OBJECT OP NAME(ARGS)".
+std::string line(const Json& e) {
+  std::string out = e["object"].get<std::string>() + " " + e["op"].get<std::string>();
+  if (e.contains("value")) out += " " + e["name"].get<std::string>() + "=" + text(e["value"]);
+  if (e.contains("args")) {
+    std::string list;
+    for (const auto& a : e["args"]) list += (list.empty() ? "" : ",") + text(a);
+    out += " " + e["name"].get<std::string>() + "(" + list + ")";
+  }
+  return e.value("failed", false) ? out + " failed" : out;
+}
+
+/// A world with both launcher ProgIDs (scripted by `launchers`), a host and
+/// one CLSCI_CONNECT.
+struct Harness {
+  World world;
+  size_t taken = 0;
+  std::shared_ptr<CLSCI_CONNECT> cn = world.create<CLSCI_CONNECT>();
+
+  explicit Harness(std::string_view launchers = "{}", const Json& installationSetting = 1) {
+    standins::installLaunchers(world.factory, Json::parse(launchers), world.log);
+    cn->ActiveInterface =
+        world.host({{"kind", "host"}, {"installationSetting", installationSetting}});
+    cn->ConnectField = control("field");
+    world.log.names.add(cn, "cn");
+  }
+  /// An opaque object that the lines show as `name`.
+  std::shared_ptr<Dispatch> control(const std::string& name) {
+    auto object = standins::makeControl();
+    world.log.names.add(object, name);
+    return object;
+  }
+  /// What reached the launchers and the sink since the last call.
+  Lines take() {
+    Lines out;
+    const Json& entries = world.log.entries();
+    for (; taken < entries.size(); ++taken) {
+      const Json& e = entries[taken];
+      if (e["op"] == "Event" ||
+          e["object"].get<std::string>().find(".CLSCI_CONNECT#") != std::string::npos)
+        out.push_back(line(e));
+    }
+    return out;
+  }
+  bool call(std::string_view method) { return toBool(cn->invoke(method, {})); }
+  /// An event sink "ev" connected to the object.
+  int32_t advise(std::string_view handlers = "{}") {
+    return cn->Advise(
+        standins::makeSink("ev", Json::parse(handlers), &CLSCI_CONNECT::registration(), world.log));
+  }
+};
+
+Lines opening(const std::string& launcher) {
+  return of(launcher,
+            "Create; PutRef Plookup=cn; PutRef ActiveInterface=host; "
+            "PutRef ConnectField=field");
+}
+
+Lines unlinking(const std::string& launcher) {
+  return of(launcher,
+            "PutRef ConnectField=Nothing; PutRef ActiveInterface=Nothing; PutRef Plookup=Nothing; "
+            "Call Terminate()");
 }
 
 TEST(ConnectLaunch, EveryMethodHandsItsContextToItsLauncher) {
   enum class After { Keep, Detach, EndCorrelation };
   struct Row {
     std::string method, launcher;
-    // "Name": a Variant holding 'Name'; "Name=value": put; "PutRef Name=object".
-    std::vector<std::string> context;
-    std::string call;
+    // Words: "Name" puts a Variant holding 'Name'; "Name=v" puts v; "Name=@obj" is a PutRef.
+    std::string context;
     After after = After::Keep;
+    std::string call = "()";  // the launcher's method: the same name, these arguments
   };
+  using enum After;
   const std::vector<Row> rows = {
-      {"ExecAnagraficaPdC",
-       "Quillane#1",
-       {"CodicePdC", "Conto"},
-       "ExecAnagraficaPdC()",
-       After::Detach},
-      {"ExecCausaliCOIN", "Quillane#1", {"CausaleCoIn"}, "ExecCausaliCOIN()"},
-      {"ExecGestioneCorrelazioniPS",
-       "Tormesk#1",
-       {"PutRef Correlazione=corr", "VaiADettaglio=True", "ContoFisso=True",
-        "CorrelazioneFissa=True"},
-       "ExecGestioneCorrelazioniPS()",
-       After::EndCorrelation},
-      {"ExecMovimentiCOINSemplificata",
-       "Tormesk#1",
-       {"CausaleCoIn", "Ditta", "NumeroRegistrazione", "IndProvenienzaOriginale=7"},
-       "ExecMovimentiCOINSemplificata()"},
-      {"ExecQuadratura",
-       "Tormesk#1",
-       {"Ditta", "NumeroRegistrazione", "IndProvenienzaOriginale=7"},
-       "ExecQuadratura()",
-       After::Detach},
-      {"ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato",
-       "Tormesk#1",
-       {"Ditta", "NumeroRegistrazione"},
-       "ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato()",
-       After::Detach},
-      {"ExecStampaCD", "Tormesk#1", {}, "ExecStampaCD()", After::Detach},
-      {"ExecProviderCausali", "Quillane#1", {"ProviderCausale=7"}, "ExecProviderCausali()"},
-      {"ExecCodiciPdC", "Quillane#1", {"CodicePdC"}, "ExecCodiciPdC()"},
-      {"ExecNatureCosti", "Quillane#1", {"CodiceNaturaCosto"}, "ExecNatureCosti()"},
-      {"ExecPropostaSezionale", "Quillane#1", {}, "ExecPropostaSezionale('')"},
-      {"ExecConfigurazionePdC",
-       "Quillane#1",
-       {"CodicePdC", "LivelloPdC"},
-       "ExecConfigurazionePdC()"},
-      {"ExecClassi", "Quillane#1", {"CodicePdC", "Classe"}, "ExecClassi()"},
-      {"ExecConfigurazioneEntità",
-       "Quillane#1",
-       {"Ditta", "NumeroEntità"},
-       "ExecConfigurazioneEntità()"},
-      {"ExecModelli", "Quillane#1", {"CodiceModello", "TipoModello"}, "ExecModelli()"},
-      {"ExecConfigurazioneModelli",
-       "Quillane#1",
-       {"CodiceModello", "TipoModello"},
-       "ExecConfigurazioneModelli()"},
-      {"ExecMovimentiCOIN",
-       "Quillane#1",
-       {"CausaleCoIn",
-        "Ditta",
-        "NumeroRegistrazione",
-        "ModalitàOperativa=9",
-        "DataRegistrazione",
-        "NumeroDocumentoOrigine",
-        "DescrizioneAggiuntiva",
-        "DataDocumento",
-        "TipoCF",
-        "CodiceCliFor",
-        "TotaleDocumento",
-        "TipoMovimento",
-        "TipoDocumento",
-        "Provenienza=9",
-        "Sezionale",
-        "Protocollo",
-        "FlagDocBis",
-        "Sede",
-        "EsistonoCondizioniPerEsplodere=True",
-        "DescrizioneModifiche",
-        "MovimentoCoinModale=True"},
-       "ExecMovimentiCOIN()"},
-      {"ExecVisualizzazioneUltimoMovimentoGenerato",
-       "Quillane#1",
-       {"Ditta", "NumeroRegistrazione"},
-       "ExecVisualizzazioneUltimoMovimentoGenerato()"},
-      {"ExecStampaPianoDeiConti", "Quillane#1", {"CodicePdC"}, "ExecStampaPianoDeiConti()"},
-      {"ExecSelezioneCausaleCOIN",
-       "Quillane#1",
-       {"PutRef RecordsetCausaliCorrelate=rs", "CausaleCoGe"},
-       "ExecSelezioneCausaleCOIN()"},
-      {"ExecRicerca", "Quillane#1", {}, "ExecRicerca()"},
-      {"ExecSchedaConto", "Quillane#1", {"CodiceScheda"}, "ExecSchedaConto()"},
-      {"ExecCostDriver", "Quillane#1", {"CodiceCostDriver"}, "ExecCostDriver()"},
-      {"ExecProviderConti", "Quillane#1", {"ProviderConto=7"}, "ExecProviderConti()"},
-      {"ExecProviderCOGE", "Quillane#1", {"ProviderCOGE=7"}, "ExecProviderCOGE()"},
+      {"ExecAnagraficaPdC", kQ1, "CodicePdC Conto", Detach},
+      {"ExecCausaliCOIN", kQ1, "CausaleCoIn"},
+      {"ExecGestioneCorrelazioniPS", kT1,
+       "Correlazione=@corr VaiADettaglio=True ContoFisso=True CorrelazioneFissa=True",
+       EndCorrelation},
+      {"ExecMovimentiCOINSemplificata", kT1,
+       "CausaleCoIn Ditta NumeroRegistrazione IndProvenienzaOriginale=7"},
+      {"ExecQuadratura", kT1, "Ditta NumeroRegistrazione IndProvenienzaOriginale=7", Detach},
+      {"ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato", kT1,
+       "Ditta NumeroRegistrazione", Detach},
+      {"ExecStampaCD", kT1, "", Detach},
+      {"ExecProviderCausali", kQ1, "ProviderCausale=7"},
+      {"ExecCodiciPdC", kQ1, "CodicePdC"},
+      {"ExecNatureCosti", kQ1, "CodiceNaturaCosto"},
+      {"ExecPropostaSezionale", kQ1, "", Keep, "('')"},
+      {"ExecConfigurazionePdC", kQ1, "CodicePdC LivelloPdC"},
+      {"ExecClassi", kQ1, "CodicePdC Classe"},
+      {"ExecConfigurazioneEntità", kQ1, "Ditta NumeroEntità"},
+      {"ExecModelli", kQ1, "CodiceModello TipoModello"},
+      {"ExecConfigurazioneModelli", kQ1, "CodiceModello TipoModello"},
+      {"ExecMovimentiCOIN", kQ1,
+       "CausaleCoIn Ditta NumeroRegistrazione ModalitàOperativa=9 DataRegistrazione "
+       "NumeroDocumentoOrigine DescrizioneAggiuntiva DataDocumento TipoCF CodiceCliFor "
+       "TotaleDocumento TipoMovimento TipoDocumento Provenienza=9 Sezionale Protocollo "
+       "FlagDocBis Sede EsistonoCondizioniPerEsplodere=True DescrizioneModifiche "
+       "MovimentoCoinModale=True"},
+      {"ExecVisualizzazioneUltimoMovimentoGenerato", kQ1, "Ditta NumeroRegistrazione"},
+      {"ExecStampaPianoDeiConti", kQ1, "CodicePdC"},
+      {"ExecSelezioneCausaleCOIN", kQ1, "RecordsetCausaliCorrelate=@rs CausaleCoGe"},
+      {"ExecRicerca", kQ1, ""},
+      {"ExecSchedaConto", kQ1, "CodiceScheda"},
+      {"ExecCostDriver", kQ1, "CodiceCostDriver"},
+      {"ExecProviderConti", kQ1, "ProviderConto=7"},
+      {"ExecProviderCOGE", kQ1, "ProviderCOGE=7"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.method);
@@ -246,35 +158,28 @@ TEST(ConnectLaunch, EveryMethodHandsItsContextToItsLauncher) {
       if (p.type == ParamType::Integer) h.cn->put(p.name, int16_t{7});
       if (p.type == ParamType::Long) h.cn->put(p.name, int32_t{9});
     }
-    h.cn->Correlazione = standins::makeControl();
-    h.cn->RecordsetCausaliCorrelate = standins::makeControl();
-    h.name(h.cn->Correlazione, "corr");
-    h.name(h.cn->RecordsetCausaliCorrelate, "rs");
+    h.cn->Correlazione = h.control("corr");
+    h.cn->RecordsetCausaliCorrelate = h.control("rs");
 
     EXPECT_TRUE(h.call(row.method));
-    std::vector<std::string> expected = opening(row.launcher);
-    for (const std::string& c : row.context) {
-      bool plain = c.find('=') == std::string::npos;
-      std::string line = plain ? "Put " + c + "='" + c + "'" : c;
-      if (line.rfind("Put", 0) != 0) line = "Put " + line;
-      expected.push_back(row.launcher + " " + line);
+    std::string ops;
+    std::istringstream words(row.context);
+    for (std::string w; words >> w;) {
+      if (w.find('=') == std::string::npos) w += "='" + w + "'";
+      size_t at = w.find("=@");
+      ops += at == std::string::npos ? "Put " + w + "; " : "PutRef " + w.erase(at + 1, 1) + "; ";
     }
-    expected.push_back(row.launcher + " Call " + row.call);
-    if (row.after == After::Detach) {
-      for (auto& line : unlinking(row.launcher)) expected.push_back(line);
-      expected.push_back(row.launcher + " Release");
-    } else if (row.after == After::EndCorrelation) {
-      for (auto op :
-           {" PutRef Correlazione=Nothing", " PutRef ConnectField=Nothing", " Call Terminate()"})
-        expected.push_back(row.launcher + op);
-    }
-    EXPECT_EQ(h.take(), expected);
+    ops += "Call " + row.method + row.call;
+    if (row.after == EndCorrelation)
+      ops += "; PutRef Correlazione=Nothing; PutRef ConnectField=Nothing; Call Terminate()";
+    Lines detached = unlinking(row.launcher) + of(row.launcher, "Release");
+    EXPECT_EQ(h.take(), opening(row.launcher) + of(row.launcher, ops) +
+                            (row.after == Detach ? detached : Lines{}));
 
     h.cn.reset();  // a kept launcher is released with the caller's reference
-    std::vector<std::string> released;
-    if (row.after != After::Detach)
-      released = {row.launcher + " PutRef ActiveInterface=Nothing", row.launcher + " Release"};
-    EXPECT_EQ(h.take(), released);
+    EXPECT_EQ(h.take(), row.after == Detach
+                            ? Lines{}
+                            : of(row.launcher, "PutRef ActiveInterface=Nothing; Release"));
   }
 }
 
@@ -286,23 +191,21 @@ TEST(ConnectLaunch, LaterLaunchesShareTheLauncherMadeFirst) {
   EXPECT_TRUE(h.call("ExecCodiciPdC"));
   // A Tormesk row still talks to the Quillane launcher; it detaches it.
   EXPECT_TRUE(h.call("ExecStampaCD"));
-  std::vector<std::string> expected = opening("Quillane#1");
-  for (std::string line :
-       {"Put CodicePdC=''", "Call ExecCodiciPdC()", "PutRef ConnectField=field", "Put CodicePdC=4",
-        "Call ExecCodiciPdC()", "PutRef ConnectField=field", "Call ExecStampaCD()"})
-    expected.push_back("Quillane#1 " + line);
-  for (auto& line : unlinking("Quillane#1")) expected.push_back(line);
-  expected.push_back("Quillane#1 Release");
-  EXPECT_EQ(h.take(), expected);
+  EXPECT_EQ(h.take(), opening(kQ1) +
+                          of(kQ1,
+                             "Put CodicePdC=''; Call ExecCodiciPdC(); PutRef ConnectField=field; "
+                             "Put CodicePdC=4; Call ExecCodiciPdC(); PutRef ConnectField=field; "
+                             "Call ExecStampaCD()") +
+                          unlinking(kQ1) + of(kQ1, "Release"));
   EXPECT_TRUE(h.call("ExecRicerca"));  // a new launcher after a detach
-  EXPECT_EQ(h.take().front(), "Quillane#2 Create");
+  EXPECT_EQ(h.take().front(), kQuillane + "#2 Create");
 }
 
 TEST(ConnectLaunch, TheInstallationSettingChoosesTheLauncherOfTwoPrograms) {
   using Choice = std::pair<Json, std::string>;
-  for (const auto& [setting, launcher] : std::vector<Choice>{
-           {2, "Tormesk#1"}, {"2", "Tormesk#1"}, {nullptr, "Quillane#1"}, {3, "Quillane#1"}}) {
-    Harness h(setting);
+  for (const auto& [setting, launcher] :
+       std::vector<Choice>{{2, kT1}, {"2", kT1}, {nullptr, kQ1}, {3, kQ1}}) {
+    Harness h("{}", setting);
     EXPECT_TRUE(h.call("ExecCausaliCOIN"));
     EXPECT_EQ(h.take().front(), launcher + " Create") << setting;
   }
@@ -313,19 +216,16 @@ TEST(ConnectLaunch, TheInstallationSettingChoosesTheLauncherOfTwoPrograms) {
 }
 
 TEST(ConnectLaunch, AFailureEndsTheMethodWithTheResultReachedSoFar) {
-  Harness h;
-  h.fails = {std::string(kQuillane)};
-  EXPECT_FALSE(h.call("ExecRicerca"));
-  EXPECT_EQ(h.take(), (std::vector<std::string>{"Quillane#1 Create"}));
-
-  h.fails = {"Conto"};  // before the call: False, the launcher is kept
-  EXPECT_FALSE(h.call("ExecAnagraficaPdC"));
-  EXPECT_EQ(h.take().back(), "Quillane#2 Put Conto=''");
-  h.fails = {"Terminate"};  // after the call: True, no detach
-  EXPECT_TRUE(h.call("ExecAnagraficaPdC"));
-  EXPECT_EQ(h.take().back(), "Quillane#2 Call Terminate()");
+  Harness h(R"({"Tormesk.CLSCI_CONNECT": {"fail": ["create"]},
+                "Quillane.CLSCI_CONNECT": {"fail": ["Conto", "Terminate"]}})");
+  EXPECT_FALSE(h.call("ExecStampaCD"));
+  EXPECT_EQ(h.take(), of(kT1, "Create failed"));
+  EXPECT_FALSE(h.call("ExecAnagraficaPdC"));  // before the call: False, the launcher is kept
+  EXPECT_EQ(h.take().back(), kQ1 + " Put Conto='' failed");
+  EXPECT_TRUE(h.call("ExecStampaCD"));  // after the call: True, no detach
+  EXPECT_EQ(h.take().back(), kQ1 + " Call Terminate() failed");
   EXPECT_TRUE(h.call("VisualizzaTracciaRib"));
-  EXPECT_EQ(h.take().front(), "Quillane#2 Put NumeroRegistrazione=''");  // still the same launcher
+  EXPECT_EQ(h.take().front(), kQ1 + " Put NumeroRegistrazione=''");  // still the same launcher
 
   Harness fresh;
   EXPECT_FALSE(fresh.call("VisualizzaTracciaRib"));  // needs an open trace
@@ -333,83 +233,62 @@ TEST(ConnectLaunch, AFailureEndsTheMethodWithTheResultReachedSoFar) {
 }
 
 TEST(ConnectLaunch, TheTraceMethodsPassModaleByReferenceAndCloseAlwaysAnswersFalse) {
-  Harness h;
-  h.on["ApriTracciaRib"] = [](Dispatch&, std::span<Variant> args) { args[0] = true; };
-  auto sink = std::make_shared<Sink>(h.trace);
-  h.cn->Advise(sink);
+  Harness h(R"({"Tormesk.CLSCI_CONNECT": {"sets": {"ApriTracciaRib": [true]}}})");
+  h.advise();
   bool modale = false;
   EXPECT_TRUE(h.cn->ApriTracciaRibaltamenti(modale));
   EXPECT_TRUE(modale);
   EXPECT_TRUE(h.cn->VisualizzaTracciaRib());
-  std::vector<std::string> expected = opening("Tormesk#1", false);
-  for (std::string line : {"Put NumeroRegistrazione=''", "Put ProgRiga=''", "Put TipoTraccia=0",
-                           "Call ApriTracciaRib(False)", "Put NumeroRegistrazione=''",
-                           "Put ProgRiga=''", "Put TipoTraccia=0", "Call VisualizzaTracciaRib()"})
-    expected.push_back("Tormesk#1 " + line);
-  EXPECT_EQ(h.take(), expected);
+  std::string context = "Put NumeroRegistrazione=''; Put ProgRiga=''; Put TipoTraccia=0; ";
+  EXPECT_EQ(h.take(), of(kT1, "Create; PutRef Plookup=cn; PutRef ActiveInterface=host; " + context +
+                                  "Call ApriTracciaRib(False); " + context +
+                                  "Call VisualizzaTracciaRib()"));  // no ConnectField
 
   EXPECT_FALSE(h.cn->ChiusuraTracciaRib());
-  expected = {"Event ChiusuraTracciaRibaltamenti()", "Tormesk#1 Call ChiudiTracciaRib()"};
-  for (auto& line : unlinking("Tormesk#1")) expected.push_back(line);
-  expected.push_back("Tormesk#1 Release");
-  EXPECT_EQ(h.take(), expected);
+  EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()") +
+                          of(kT1, "Call ChiudiTracciaRib()") + unlinking(kT1) + of(kT1, "Release"));
   EXPECT_FALSE(h.cn->ChiusuraTracciaRib());  // without a launcher: the event alone
-  EXPECT_EQ(h.take(), (std::vector<std::string>{"Event ChiusuraTracciaRibaltamenti()"}));
+  EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()"));
 }
 
 TEST(ConnectEvents, HandlersAnswerTheLauncherThroughByReferenceArguments) {
-  Harness h;
-  auto sink = std::make_shared<Sink>(h.trace);
-  sink->handlers["TransferData"] = [](Dispatch&, std::span<Variant> args) {
-    args[0] = true;
-    args[2] = int32_t{3};
-  };
-  sink->handlers["ChiusuraSelezioneCausaleCoIn"] = [](Dispatch&, std::span<Variant> args) {
-    args[0] = "C02";
-  };
-  std::vector<std::string> seen;
-  h.on["ExecCausaliCOIN"] = [&](Dispatch& plookup, std::span<Variant>) {
-    std::vector<Variant> transfer = {false, "C01", int32_t{8}}, selection = {"C01"};
-    plookup.invoke("TransferData", transfer);
-    plookup.invoke("ChiusuraSelezioneCausaleCoIn", selection);
-    for (const auto& v : transfer) seen.push_back(h.trace.text(v));
-    seen.push_back(h.trace.text(selection[0]));
-  };
-  int32_t cookie = h.cn->Advise(sink);
+  Harness h(R"({"Quillane.CLSCI_CONNECT": {"on": {"ExecCausaliCOIN": [
+      {"call": "TransferData", "args": [false, "C01", 8]},
+      {"call": "ChiusuraSelezioneCausaleCoIn", "args": ["C01"]}]}}})");
+  int32_t cookie = h.advise(R"({"TransferData": {"Cancel": true, "tsCalledProgram": 3},
+      "ChiusuraSelezioneCausaleCoIn": {"CausaleCoInSelezionata": "C02"}})");
   EXPECT_TRUE(h.call("ExecCausaliCOIN"));
-  EXPECT_EQ(seen, (std::vector<std::string>{"True", "'C01'", "3", "'C02'"}));
-  std::vector<std::string> trace = h.take();
-  EXPECT_NE(std::find(trace.begin(), trace.end(), "Event TransferData(False,'C01',8)"),
-            trace.end());
+  EXPECT_EQ(h.take(), opening(kQ1) + of(kQ1, "Put CausaleCoIn=''; Call ExecCausaliCOIN()") +
+                          of("ev", "Event TransferData(False,'C01',8)") +
+                          of(kQ1, "Callback TransferData(True,'C01',3)") +
+                          of("ev", "Event ChiusuraSelezioneCausaleCoIn('C01')") +
+                          of(kQ1, "Callback ChiusuraSelezioneCausaleCoIn('C02')"));
 
-  h.cn->Unadvise(cookie);
-  seen.clear();
+  h.cn->Unadvise(cookie);  // no sink: the launcher gets its own values back
   EXPECT_TRUE(h.call("ExecCausaliCOIN"));
-  EXPECT_EQ(seen, (std::vector<std::string>{"False", "'C01'", "8", "'C01'"}));
+  EXPECT_EQ(h.take(), of(kQ1,
+                         "PutRef ConnectField=field; Put CausaleCoIn=''; Call ExecCausaliCOIN(); "
+                         "Callback TransferData(False,'C01',8); "
+                         "Callback ChiusuraSelezioneCausaleCoIn('C01')"));
   EXPECT_THROW(h.cn->Unadvise(cookie), AutomationError);
 }
 
 TEST(ConnectEvents, ClosingCallsUnlinkTheLauncher) {
-  Harness h;
-  auto sink = std::make_shared<Sink>(h.trace);
-  h.cn->Advise(sink);
-  h.on["ExecMovimentiCOIN"] = [](Dispatch& plookup, std::span<Variant>) {
-    plookup.invoke("ChiusuraMovimentiContabilitàIndustriale", {});
-  };
+  Harness h(R"({"Quillane.CLSCI_CONNECT": {"on": {"ExecMovimentiCOIN": [
+      {"call": "ChiusuraMovimentiContabilitàIndustriale"}]}}})");
+  h.advise();
   EXPECT_TRUE(h.call("ExecMovimentiCOIN"));
-  std::vector<std::string> trace = h.take();
-  std::vector<std::string> tail(trace.end() - 6, trace.end());
-  std::vector<std::string> expected = {"Quillane#1 Call ExecMovimentiCOIN()",
-                                       "Event ChiusuraMovimentiContabilitàIndustriale()"};
-  for (auto& line : unlinking("Quillane#1")) expected.push_back(line);
-  EXPECT_EQ(tail, expected);
+  Lines trace = h.take();
+  ASSERT_GE(trace.size(), 7u);
+  EXPECT_EQ(Lines(trace.end() - 7, trace.end()),
+            of(kQ1, "Call ExecMovimentiCOIN()") +
+                of("ev", "Event ChiusuraMovimentiContabilitàIndustriale()") + unlinking(kQ1) +
+                of(kQ1, "Callback ChiusuraMovimentiContabilitàIndustriale()"));
 
   h.cn->Teminate();
-  EXPECT_EQ(h.take(),
-            (std::vector<std::string>{"Quillane#1 PutRef Plookup=Nothing",
-                                      "Quillane#1 PutRef ActiveInterface=Nothing",
-                                      "Quillane#1 PutRef ConnectField=Nothing",
-                                      "Quillane#1 Call Teminate()", "Quillane#1 Release"}));
+  EXPECT_EQ(h.take(), of(kQ1,
+                         "PutRef Plookup=Nothing; PutRef ActiveInterface=Nothing; "
+                         "PutRef ConnectField=Nothing; Call Teminate(); Release"));
   EXPECT_EQ(h.cn->ActiveInterface, nullptr);
   EXPECT_EQ(h.cn->ConnectField, nullptr);
   h.cn->Teminate();  // without a launcher there is nothing more to do
@@ -419,14 +298,12 @@ TEST(ConnectEvents, ClosingCallsUnlinkTheLauncher) {
 TEST(ConnectLifetime, NeitherObjectKeepsTheOtherAliveOnceTheCallerLetsGo) {
   Harness h;
   EXPECT_TRUE(h.call("ExecCodiciPdC"));
-  std::weak_ptr<Dispatch> launcher = h.launchers.at(0);
+  std::weak_ptr<Dispatch> launcher = h.world.log.names.find(kQ1);
   std::weak_ptr<Dispatch> plookup = launcher.lock()->get("Plookup").object();
-  EXPECT_EQ(plookup.lock().get(),
-            static_cast<Dispatch*>(h.cn.get()));  // the caller's object itself
+  EXPECT_EQ(plookup.lock().get(), static_cast<Dispatch*>(h.cn.get()));  // the caller's object
   h.take();
   h.cn.reset();
-  EXPECT_EQ(h.take(), (std::vector<std::string>{"Quillane#1 PutRef ActiveInterface=Nothing",
-                                                "Quillane#1 Release"}));
+  EXPECT_EQ(h.take(), of(kQ1, "PutRef ActiveInterface=Nothing; Release"));
   EXPECT_TRUE(launcher.expired());
   EXPECT_TRUE(plookup.expired());
   EXPECT_EQ(h.world.ops("utility#1").back(), "Release");
@@ -435,30 +312,26 @@ TEST(ConnectLifetime, NeitherObjectKeepsTheOtherAliveOnceTheCallerLetsGo) {
 
 TEST(ConnectLifetime, ALauncherKeptElsewhereStillReachesAValidObject) {
   Harness h;
-  auto sink = std::make_shared<Sink>(h.trace);
-  h.cn->Advise(sink);
+  h.advise(R"({"TransferData": {"Cancel": true}})");
   EXPECT_TRUE(h.call("ExecCodiciPdC"));
-  std::shared_ptr<Dispatch> kept = h.launchers.at(0).lock();
+  std::shared_ptr<Dispatch> kept = h.world.log.names.find(kQ1);
   h.take();
   h.cn.reset();
-  EXPECT_EQ(h.take(), (std::vector<std::string>{"Quillane#1 PutRef ActiveInterface=Nothing"}));
+  EXPECT_EQ(h.take(), of(kQ1, "PutRef ActiveInterface=Nothing"));
   // The released object still answers its launcher, but no sink hears it.
   std::vector<Variant> args = {false, "x", int32_t{1}};
   kept->get("Plookup").object()->invoke("TransferData", args);
   EXPECT_EQ(args[0], Variant(false));
   kept.reset();
-  EXPECT_EQ(h.take(), (std::vector<std::string>{"Quillane#1 Release"}));
+  EXPECT_EQ(h.take(), of(kQ1, "Release"));
 }
 
 TEST(ConnectLifetime, ALauncherLetGoDuringItsOwnCallSurvivesTheCall) {
-  Harness h;
-  h.on["ExecNatureCosti"] = [](Dispatch& plookup, std::span<Variant>) {
-    plookup.invoke("Teminate", {});
-  };
+  Harness h(R"({"Quillane.CLSCI_CONNECT": {"on": {"ExecNatureCosti": [{"call": "Teminate"}]}}})");
   EXPECT_TRUE(h.call("ExecNatureCosti"));
-  EXPECT_EQ(h.take().back(), "Quillane#1 Release");
+  EXPECT_EQ(h.take().back(), kQ1 + " Release");
   EXPECT_TRUE(h.call("ExecNatureCosti"));  // the next launch makes a new launcher
-  EXPECT_EQ(h.take().front(), "Quillane#2 Create");
+  EXPECT_EQ(h.take().front(), kQuillane + "#2 Create");
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ struct Callback {
 struct LauncherScript {
   std::vector<std::string> fail;  // "create" or member names
   std::vector<std::pair<std::string, std::vector<Callback>>> on;
+  std::vector<std::pair<std::string, Json>> sets;  // method, values left in its arguments
 
   bool fails(std::string_view member) const {
     return std::any_of(fail.begin(), fail.end(),
@@ -24,6 +25,11 @@ struct LauncherScript {
   }
   const std::vector<Callback>* callbacks(std::string_view method) const {
     for (const auto& [name, list] : on)
+      if (sameName(name, method)) return &list;
+    return nullptr;
+  }
+  const Json* argumentsSet(std::string_view method) const {
+    for (const auto& [name, list] : sets)
       if (sameName(name, method)) return &list;
     return nullptr;
   }
@@ -60,6 +66,12 @@ LauncherScript readScript(const std::string& progId, const Json& config) {
           calls.push_back({call["call"].get<std::string>(), std::move(args)});
         }
         script.on.emplace_back(method, std::move(calls));
+      }
+    } else if (key == "sets") {
+      if (!value.is_object()) badLauncher(progId, "sets is an object of method names");
+      for (const auto& [method, list] : value.items()) {
+        if (!list.is_array()) badLauncher(progId, "sets." + method + " is a list of values");
+        script.sets.emplace_back(method, list);
       }
     } else {
       badLauncher(progId, "unknown key \"" + key + "\"");
@@ -100,6 +112,8 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
     if (failed) throw failure(name_, name);
     if (const auto* calls = script_->callbacks(name))
       for (const auto& call : *calls) callBack(call);
+    if (const Json* set = script_->argumentsSet(name))
+      for (size_t i = 0; i < set->size() && i < args.size(); ++i) args[i] = value((*set)[i]);
     return Variant();
   }
 
@@ -133,6 +147,15 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
     return out;
   }
 
+  /// A value of the script, read when it is used.
+  Variant value(const Json& encoded) const {
+    try {
+      return fromJson(encoded, log_.names);
+    } catch (const ScenarioError& e) {
+      throw AutomationError(424, name_, std::string("Object required: ") + e.what());
+    }
+  }
+
   /// One call made back on the object that Plookup holds (read afresh each
   /// time: an earlier callback may have unlinked it).
   void callBack(const Callback& call) {
@@ -140,11 +163,7 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
     if (!target.isObject() || !target.object())
       throw AutomationError(err::kObjectNotSet, name_, "Plookup is not set");
     std::vector<Variant> args;
-    try {
-      for (const auto& a : call.args) args.push_back(fromJson(a, log_.names));
-    } catch (const ScenarioError& e) {
-      throw AutomationError(424, name_, std::string("Object required: ") + e.what());
-    }
+    for (const auto& a : call.args) args.push_back(value(a));
     try {
       target.object()->invoke(call.method, args);
     } catch (const AutomationError& e) {

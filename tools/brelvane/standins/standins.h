@@ -111,10 +111,12 @@ inline constexpr std::string_view kLauncherProgIds[] = {"Tormesk.CLSCI_CONNECT",
 
 /// Registers the recording launcher stand-ins under both launcher ProgIDs,
 /// configured by a scenario's "launchers" object: {PROGID: {"fail": [...],
-/// "on": {METHOD: [{"call": NAME, "args": [...]}, ...]}}}. Each launcher is
-/// named PROGID#n in order of creation, accepts every member by name and logs
-/// Create, Put, PutRef, Call, Callback and Release. Raises ScenarioError on a
-/// malformed configuration.
+/// "on": {METHOD: [{"call": NAME, "args": [...]}, ...]}, "sets": {METHOD:
+/// [V, ...]}}}; "sets" leaves those values in the first arguments of METHOD
+/// before it returns, as a method taking them by reference would. Each
+/// launcher is named PROGID#n in order of creation, accepts every member by
+/// name and logs Create, Put, PutRef, Call, Callback and Release. Raises
+/// ScenarioError on a malformed configuration.
 void installLaunchers(ObjectFactory& factory, const Json& config, Log& log);
 
 /// The properties assigned to a launcher stand-in, in order of first
