@@ -174,14 +174,14 @@ const ClassInfo& CLSCI_CONNECT::registration() {
           .property("IndProvenienzaOriginale", &T::IndProvenienzaOriginale, {}, {},
                     "source a movement first came from")
           .property("LivelloPdC", &T::LivelloPdC, {}, {}, "chart level")
-          .property("NumeroEntità", &T::NumeroEntita, {}, {}, "entity number")
+          .property("NumeroEntità", &T::NumeroEntità, {}, {}, "entity number")
           .property("CodiceModello", &T::CodiceModello, {}, {}, "model code")
           .property("TipoModello", &T::TipoModello, {}, {}, "model type")
           .property("CodiceScheda", &T::CodiceScheda, {}, {}, "cost-sheet code")
           .property("CodiceCostDriver", &T::CodiceCostDriver, {}, {}, "cost-driver code")
           .property("ProgRiga", &T::ProgRiga, {}, {}, "line number")
           .property("TipoTraccia", &T::TipoTraccia, "TipoTraccia", {}, "kind of trace")
-          .property("ModalitàOperativa", &T::ModalitaOperativa, "ModalitàOperativa", {},
+          .property("ModalitàOperativa", &T::ModalitàOperativa, "ModalitàOperativa", {},
                     "operating mode")
           .property("Provenienza", &T::Provenienza, "Provenienza", {}, "source of a movement")
           .property("NumeroRegistrazione", &T::NumeroRegistrazione, {}, {}, "registration number")

@@ -74,14 +74,14 @@ class CLSCI_CONNECT final : public AutomationObject<CLSCI_CONNECT>,
   Variant Conto;                                        ///< account
   int16_t IndProvenienzaOriginale = 0;                  ///< source a movement first came from
   Variant LivelloPdC;                                   ///< chart level
-  Variant NumeroEntita;                                 ///< entity number ("NumeroEntità")
+  Variant NumeroEntità;                                 ///< entity number
   Variant CodiceModello;                                ///< model code
   Variant TipoModello;                                  ///< model type
   Variant CodiceScheda;                                 ///< cost-sheet code
   Variant CodiceCostDriver;                             ///< cost-driver code
   Variant ProgRiga;                                     ///< line number
   int32_t TipoTraccia = 0;                              ///< kind of trace
-  int32_t ModalitaOperativa = 0;                        ///< operating mode ("ModalitàOperativa")
+  int32_t ModalitàOperativa = 0;                        ///< operating mode
   int32_t Provenienza = 0;                              ///< source of a movement
   Variant NumeroRegistrazione;                          ///< registration number
   Variant DataRegistrazione;                            ///< registration date
