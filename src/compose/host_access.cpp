@@ -1,8 +1,23 @@
 #include "compose/host_access.h"
 
+#include "compose/guard.h"
 #include "compose/sql_text.h"
 
 namespace brelvane {
+
+std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept {
+  std::shared_ptr<UtilityObject> utility;
+  ignoringErrors([&] {
+    utility = factory.createAs<UtilityObject>(kUtilityProgId);
+    required(utility).Initialise();
+  });
+  return utility;
+}
+
+void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept {
+  if (utility) ignoringErrors([&] { utility->Release(); });
+  utility.reset();
+}
 
 UtilityObject& HostAccess::utility() const {
   return required(utility_);

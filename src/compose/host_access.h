@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "brelvane/automation/factory.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
 
@@ -45,6 +46,12 @@ class HostAccess {
   std::shared_ptr<HostInterface> host_;
   std::shared_ptr<UtilityObject> utility_;
 };
+
+/// The instance's own utility object, created through the factory and
+/// initialised; null when either fails (creation errors are ignored).
+std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept;
+/// Releases the utility object (errors ignored) and lets it go.
+void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept;
 
 /// Raises 91 when `p` is null; returns it otherwise.
 template <class T>

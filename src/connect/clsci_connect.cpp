@@ -24,16 +24,11 @@ std::shared_ptr<CLSCI_CONNECT> CLSCI_CONNECT::create(ObjectFactory& factory) {
                                         });
 }
 
-CLSCI_CONNECT::CLSCI_CONNECT(Key, ObjectFactory& factory) : factory_(factory) {
-  ignoringErrors([&] {
-    utility_ = factory.createAs<UtilityObject>(kUtilityProgId);
-    required(utility_).Initialise();
-  });
-}
+CLSCI_CONNECT::CLSCI_CONNECT(Key, ObjectFactory& factory)
+    : factory_(factory), utility_(createUtility(factory)) {}
 
 void CLSCI_CONNECT::release() noexcept {
-  if (utility_) ignoringErrors([&] { utility_->Release(); });
-  utility_.reset();
+  releaseUtility(utility_);
   Correlazione.reset();
   if (auto launcher = std::exchange(launcher_, nullptr))
     ignoringErrors([&] { launcher->putRef("ActiveInterface", Variant::nothing()); });

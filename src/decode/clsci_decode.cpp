@@ -5,16 +5,10 @@
 
 namespace brelvane {
 
-CLSCI_DECODE::CLSCI_DECODE(ObjectFactory& factory) {
-  ignoringErrors([&] {
-    utility_ = factory.createAs<UtilityObject>(kUtilityProgId);
-    required(utility_).Initialise();
-  });
-}
+CLSCI_DECODE::CLSCI_DECODE(ObjectFactory& factory) : utility_(createUtility(factory)) {}
 
 CLSCI_DECODE::~CLSCI_DECODE() {
-  if (utility_) ignoringErrors([&] { utility_->Release(); });
-  utility_.reset();
+  releaseUtility(utility_);
   ActiveInterface.reset();
   Connessione.reset();
 }

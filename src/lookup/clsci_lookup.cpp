@@ -5,15 +5,10 @@
 
 namespace brelvane {
 
-CLSCI_LOOKUP::CLSCI_LOOKUP(ObjectFactory& factory) {
-  ignoringErrors([&] {
-    utility_ = factory.createAs<UtilityObject>(kUtilityProgId);
-    required(utility_).Initialise();
-  });
-}
+CLSCI_LOOKUP::CLSCI_LOOKUP(ObjectFactory& factory) : utility_(createUtility(factory)) {}
 
 CLSCI_LOOKUP::~CLSCI_LOOKUP() {
-  if (utility_) ignoringErrors([&] { utility_->Release(); });
+  releaseUtility(utility_);
 }
 
 const ClassInfo& CLSCI_LOOKUP::registration() {
