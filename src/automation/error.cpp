@@ -11,6 +11,9 @@ AutomationError AutomationError::of(int32_t number, std::string detail) {
     case err::kOverflow:
       text = "Overflow";
       break;
+    case err::kOutOfMemory:
+      text = "Out of memory";
+      break;
     case err::kSubscript:
       text = "Subscript out of range";
       break;
