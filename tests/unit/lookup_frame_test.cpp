@@ -157,6 +157,9 @@ TEST(LookupFaultSweep, EveryFailingOperationIsContained) {
        {{{"match", "PC01_DESCRPDC"}, {"columns", {"PC01_INDTIPOPDC"}}, {"rows", {{1}}}}}}};
   size_t failedRuns = 0;
   for (const auto& method : CLSCI_LOOKUP::registration().methods) {
+    // The registration number bridge is no lookup: it raises its errors on
+    // purpose (lookup_documents.json checks how).
+    if (method.name == "GetNumregCoanFromNumregCoge") continue;
     auto run = [&](const std::string& object, const std::string& op) {
       World world(object == "utility" ? Json{{"fail", {op}}} : Json::object());
       Json h = hostSpec, d = dbSpec;
