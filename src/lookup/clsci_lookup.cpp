@@ -32,7 +32,8 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
                   "reference date for disabled accounts (Null: none)");
     // The lookup families, in interface order.
     for (auto family :
-         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes})
+         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes,
+          lookup::registerProposals, lookup::registerProviders})
       family(b);
     return b.build();
   }();

@@ -9,5 +9,7 @@ namespace brelvane::lookup {
 void registerCodeTables(Builder& b);
 void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
+void registerProposals(Builder& b);
+void registerProviders(Builder& b);
 
 }  // namespace brelvane::lookup
