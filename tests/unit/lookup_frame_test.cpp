@@ -151,10 +151,15 @@ TEST(LookupLifecycle, AFailingUtilityDoesNotFailCreation) {
 TEST(LookupFaultSweep, EveryFailingOperationIsContained) {
   const Json hostSpec = {{"kind", "host"},
                          {"company", {{"Code", 3}, {"LanguageCode", "ENG"}, {"CompanyMode", 2}}}};
+  const Json proposal = {{"@LABELS", "Codice|Descrizione"}, {"@QUERY", "SELECT 1, 2"}};
   const Json dbSpec = {
       {"kind", "connection"},
       {"results",
-       {{{"match", "PC01_DESCRPDC"}, {"columns", {"PC01_INDTIPOPDC"}}, {"rows", {{1}}}}}}};
+       {{{"match", "PC01_DESCRPDC"}, {"columns", {"PC01_INDTIPOPDC"}}, {"rows", {{1}}}}}},
+      {"procedures",
+       {{"SPCI_PROPCONTI_LOOKUPPROVIDER", proposal},
+        {"SPCI_PROPCOGE_LOOKUPPROVIDER", proposal},
+        {"SPCI_PROPCAUSALI_LOOKUPPROVIDER", proposal}}}};
   size_t failedRuns = 0;
   for (const auto& method : CLSCI_LOOKUP::registration().methods) {
     auto run = [&](const std::string& object, const std::string& op) {
