@@ -11,5 +11,9 @@ void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
 void registerProposals(Builder& b);
 void registerProviders(Builder& b);
+void registerEntities(Builder& b);
+void registerCorrelatedCausals(Builder& b);
+void registerDocuments(Builder& b);
+void registerRegistrationBridge(Builder& b);
 
 }  // namespace brelvane::lookup
