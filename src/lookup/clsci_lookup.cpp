@@ -33,7 +33,8 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
     // The lookup families, in interface order.
     for (auto family :
          {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes,
-          lookup::registerEntities, lookup::registerCorrelatedCausals, lookup::registerDocuments,
+          lookup::registerProposals, lookup::registerProviders, lookup::registerEntities,
+          lookup::registerCorrelatedCausals, lookup::registerDocuments,
           lookup::registerRegistrationBridge})
       family(b);
     return b.build();

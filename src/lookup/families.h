@@ -9,6 +9,8 @@ namespace brelvane::lookup {
 void registerCodeTables(Builder& b);
 void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
+void registerProposals(Builder& b);
+void registerProviders(Builder& b);
 void registerEntities(Builder& b);
 void registerCorrelatedCausals(Builder& b);
 void registerDocuments(Builder& b);
