@@ -49,12 +49,10 @@ void causalDecode(Frame& f, const CausalDecoder& row, int16_t mask,
   sql.line(" WHERE  CI03_CODCAUS = ", "'", f.textCode(causal), "'");
   if (row.byMovement) {
     const std::string kinds = movementKinds(mask);
-    if (!kinds.empty()) sql.append("   AND CI03_INDTIPOMOVDATI IN (", kinds);
+    if (!kinds.empty()) sql.append("   AND CI03_INDTIPOMOVDATI IN (", kinds, ")");
     if (row.automaticNumbers)
       sql.append(kinds.empty() ? "   AND CI03_CAUSALI.CI03_FLGNUMAUTOM = 1"
-                               : ") AND CI03_CAUSALI.CI03_FLGNUMAUTOM = 1");
-    else if (!kinds.empty())
-      sql.append(")");
+                               : " AND CI03_CAUSALI.CI03_FLGNUMAUTOM = 1");
   }
   f.sql(sql);
 }
