@@ -32,7 +32,9 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
                   "reference date for disabled accounts (Null: none)");
     // The lookup families, in interface order.
     for (auto family :
-         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes})
+         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes,
+          lookup::registerEntities, lookup::registerCorrelatedCausals, lookup::registerDocuments,
+          lookup::registerRegistrationBridge})
       family(b);
     return b.build();
   }();

@@ -9,5 +9,9 @@ namespace brelvane::lookup {
 void registerCodeTables(Builder& b);
 void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
+void registerEntities(Builder& b);
+void registerCorrelatedCausals(Builder& b);
+void registerDocuments(Builder& b);
+void registerRegistrationBridge(Builder& b);
 
 }  // namespace brelvane::lookup
