@@ -268,7 +268,10 @@ class ClassBuilder {
   /// The properties registered so far, for rows that refer to them.
   const std::vector<PropertyInfo>& properties() const { return info_.properties; }
 
-  ClassInfo build() { return std::move(info_); }
+  ClassInfo build() {
+    info_.index();
+    return std::move(info_);
+  }
 
  private:
   template <class F>
