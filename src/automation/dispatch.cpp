@@ -2,26 +2,43 @@
 
 #include <algorithm>
 
-#include "brelvane/automation/factory.h"
-
 namespace brelvane {
 
 namespace {
 [[noreturn]] void unknownMember(std::string_view name) {
   throw AutomationError::of(err::kUnknownMember, std::string(name));
 }
+
+/// Fills Missing arguments with their defaults and checks required ones.
+void prepareArguments(const MethodInfo& method, std::span<Variant> args) {
+  for (size_t i = 0; i < method.params.size(); ++i) {
+    const auto& p = method.params[i];
+    if (!args[i].isMissing()) continue;
+    if (!p.optional) throw AutomationError::of(err::kArgumentNotOptional, p.name);
+    if (!p.defaultValue.isMissing()) {
+      args[i] = p.defaultValue;
+    } else if (p.type != ParamType::Variant) {
+      // Only Variant parameters can receive "not passed" as such.
+      throw AutomationError::of(err::kArgumentNotOptional, p.name);
+    }
+  }
+}
 }  // namespace
 
 Variant Dispatch::get(std::string_view name) {
+  if (const ClassInfo* info = classInfo()) return info->get(*this, name);
   unknownMember(name);
 }
-void Dispatch::put(std::string_view name, const Variant&) {
+void Dispatch::put(std::string_view name, const Variant& value) {
+  if (const ClassInfo* info = classInfo()) return info->put(*this, name, value);
   unknownMember(name);
 }
-void Dispatch::putRef(std::string_view name, const Variant&) {
+void Dispatch::putRef(std::string_view name, const Variant& value) {
+  if (const ClassInfo* info = classInfo()) return info->putRef(*this, name, value);
   unknownMember(name);
 }
-Variant Dispatch::invoke(std::string_view name, std::span<Variant>) {
+Variant Dispatch::invoke(std::string_view name, std::span<Variant> args) {
+  if (const ClassInfo* info = classInfo()) return info->invoke(*this, name, args);
   unknownMember(name);
 }
 
@@ -96,61 +113,11 @@ Variant ClassInfo::invoke(Dispatch& self, std::string_view name, std::span<Varia
   // Arguments not passed are Missing; the callee's view always has every slot.
   std::vector<Variant> slots(args.begin(), args.end());
   slots.resize(m->params.size(), Variant::missing());
-  detail::prepareArguments(*m, slots);
+  prepareArguments(*m, slots);
   Variant result = m->call(self, slots);
   // Only by-reference parameters hand a value back to the caller.
   for (size_t i = 0; i < args.size(); ++i)
     if (m->params[i].byRef) args[i] = std::move(slots[i]);
   return result;
 }
-
-void detail::prepareArguments(const MethodInfo& method, std::span<Variant> args) {
-  for (size_t i = 0; i < method.params.size(); ++i) {
-    const auto& p = method.params[i];
-    if (!args[i].isMissing()) continue;
-    if (!p.optional) throw AutomationError::of(err::kArgumentNotOptional, p.name);
-    if (!p.defaultValue.isMissing()) {
-      args[i] = p.defaultValue;
-    } else if (p.type != ParamType::Variant) {
-      // Only Variant parameters can receive "not passed" as such.
-      throw AutomationError::of(err::kArgumentNotOptional, p.name);
-    }
-  }
-}
-
-// ---- ObjectFactory ----------------------------------------------------------
-
-void ObjectFactory::add(std::string progId, Creator creator, const ClassInfo* info) {
-  for (auto& s : slots_) {
-    if (sameName(s.progId, progId)) {
-      s = Slot{std::move(progId), std::move(creator), info};
-      return;
-    }
-  }
-  slots_.push_back(Slot{std::move(progId), std::move(creator), info});
-}
-
-const ObjectFactory::Slot* ObjectFactory::find(std::string_view progId) const {
-  for (const auto& s : slots_)
-    if (sameName(s.progId, progId)) return &s;
-  return nullptr;
-}
-
-bool ObjectFactory::has(std::string_view progId) const {
-  return find(progId) != nullptr;
-}
-
-std::shared_ptr<Dispatch> ObjectFactory::create(std::string_view progId) {
-  auto slot = find(progId);
-  if (!slot) throw AutomationError::of(err::kCannotCreate, std::string(progId));
-  auto creator = slot->creator;  // a creator may register further ProgIDs
-  return creator(*this);
-}
-
-std::vector<ObjectFactory::Entry> ObjectFactory::entries() const {
-  std::vector<Entry> out;
-  for (const auto& s : slots_) out.push_back({s.progId, s.info});
-  return out;
-}
-
 }  // namespace brelvane

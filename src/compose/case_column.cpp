@@ -1,7 +1,5 @@
 #include "compose/case_column.h"
 
-#include <charconv>
-
 #include "compose/guard.h"
 
 namespace brelvane {
@@ -14,11 +12,10 @@ void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) 
   for (auto line : column.open) sql.line(line);
   const BranchForm& form = column.form;
   for (const Branch& branch : column.branches) {
-    char digits[16];
-    auto end = std::to_chars(digits, digits + sizeof digits, branch.value).ptr;
-    std::string_view value(digits, static_cast<size_t>(end - digits));
+    const std::string value = decimal(branch.value);
     sql.append(form.when);
-    for (int pad = form.width - static_cast<int>(value.size()); pad > 0; --pad) sql.append(" ");
+    if (form.width > static_cast<int>(value.size()))
+      sql.blanks(static_cast<size_t>(form.width) - value.size());
     sql.append(value);
     if (form.twoLines) sql.line();
     sql.append(form.then);

@@ -31,6 +31,12 @@ struct Branch {
   int32_t messageId;
 };
 
+/// Every 0/1 flag column: 39318 labels 0 and 52384 labels 1.
+inline constexpr std::initializer_list<Branch> kYesNo{{0, 39318}, {1, 52384}};
+/// The kinds of a cost nature (PC04_INDCOSTORIC), 0 to 4.
+inline constexpr std::initializer_list<Branch> kCostNatureKinds{
+    {0, 39796}, {1, 16572}, {2, 48931}, {3, 66288}, {4, 59381}};
+
 /// The ELSE of a CASE: none, a literal line, or a head followed by a label.
 struct CaseElse {
   std::string_view line;  ///< literal line, or the head before the label

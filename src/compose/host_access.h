@@ -41,14 +41,14 @@ class HostAccess {
   Variant installationSetting() const;
 
  private:
-  HostContext& context() const;
   std::shared_ptr<HostContext> contextPtr() const;
   std::shared_ptr<HostInterface> host_;
   std::shared_ptr<UtilityObject> utility_;
 };
 
 /// The instance's own utility object, created through the factory and
-/// initialised; null when either fails (creation errors are ignored).
+/// initialised. Creation errors are ignored (then it is null); a failed
+/// initialisation is ignored too, and the object is kept.
 std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept;
 /// Releases the utility object (errors ignored) and lets it go.
 void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept;

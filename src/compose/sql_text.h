@@ -1,27 +1,39 @@
 #pragma once
 // SqlText: appends fragments into one reserved buffer, line by line.
 
+#include <charconv>
+#include <concepts>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace brelvane {
+
+/// What SqlText appends: text pieces, and integers as their decimal text
+/// (numbers go into SQL unquoted). A char is refused: it would read as a
+/// number or a letter depending on the reader.
+template <class P>
+concept SqlPiece = std::convertible_to<const P&, std::string_view> ||
+    (std::integral<P> && !std::same_as<P, char> && !std::same_as<P, bool> &&
+     !std::same_as<P, signed char> && !std::same_as<P, unsigned char>);
 
 class SqlText {
  public:
   explicit SqlText(size_t reserve = 2048) { text_.reserve(reserve); }
 
   /// Appends the parts, then CR LF.
-  template <class... Parts>
+  template <SqlPiece... Parts>
   SqlText& line(const Parts&... parts) {
-    (text_.append(std::string_view(parts)), ...);
+    (put(parts), ...);
     text_.append("\r\n");
     return *this;
   }
   /// Appends the parts with no line break.
-  template <class... Parts>
+  template <SqlPiece... Parts>
   SqlText& append(const Parts&... parts) {
-    (text_.append(std::string_view(parts)), ...);
+    (put(parts), ...);
     return *this;
   }
   /// A lone carriage return.
@@ -29,14 +41,40 @@ class SqlText {
     text_.push_back('\r');
     return *this;
   }
+  /// `count` blanks.
+  SqlText& blanks(size_t count) {
+    text_.append(count, ' ');
+    return *this;
+  }
 
   std::string_view view() const { return text_; }
+  size_t size() const { return text_.size(); }
   bool contains(std::string_view s) const { return text_.find(s) != std::string::npos; }
   std::string take() { return std::move(text_); }
 
  private:
+  template <class P>
+  void put(const P& part) {
+    if constexpr (std::convertible_to<const P&, std::string_view>) {
+      text_.append(std::string_view(part));
+    } else {
+      char digits[24];
+      auto end = std::to_chars(digits, digits + sizeof digits, part).ptr;
+      text_.append(digits, end);
+    }
+  }
+
   std::string text_;
 };
+
+/// The decimal text of an integer, for the few places that need it as a
+/// string of its own (a list joined by commas, say).
+template <std::integral I>
+std::string decimal(I value) {
+  SqlText text(24);
+  text.append(value);
+  return text.take();
+}
 
 /// Replaces every occurrence of `from`, left to right, case-sensitively.
 void replaceAll(std::string& text, std::string_view from, std::string_view to);

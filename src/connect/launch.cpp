@@ -1,210 +1,186 @@
 // The launch methods of CLSCI_CONNECT: one table row per program, one
 // common sequence. Each makes sure a launcher exists, hands it this object's
 // context and calls the launcher's method of the same name by late binding.
+#include "connect/launch.h"
+
 #include <stdexcept>
+#include <string>
 #include <vector>
 
-#include "brelvane/connect/clsci_connect.h"
+#include "compose/access.h"
 #include "compose/guard.h"
-#include "compose/host_access.h"
 
-namespace brelvane {
-
-namespace connect {
-
-/// The sibling component that runs a program.
-enum class Component {
-  BySetting,  ///< Tormesk when the installation setting is 2, else Quillane
-  Tormesk,    ///< the PS programs
-  Quillane,   ///< all the others
-};
-
-/// What becomes of the launcher once its method has returned.
-enum class After {
-  Keep,            ///< stays linked, so that later events arrive
-  Detach,          ///< unlinked, terminated and let go
-  EndCorrelation,  ///< its Correlazione and ConnectField cleared, terminated
-};
-
-struct Launch {
-  std::string_view name;                  ///< the public method
-  Component component;                    ///< where a new launcher comes from
-  std::vector<std::string_view> context;  ///< properties handed on, in order
-  std::string_view call;                  ///< the launcher's method
-  After after = After::Keep;
-  bool handsConnectField = true;
-  bool createsLauncher = true;  ///< false: works on the launcher already made
-};
+namespace brelvane::connect {
 
 namespace {
 
 using enum Component;
 using enum After;
+using namespace std::literals;
 
-const std::vector<Launch>& launchTable() {
-  static const std::vector<Launch> table = {
-      {"ExecAnagraficaPdC", BySetting, {"CodicePdC", "Conto"}, "ExecAnagraficaPdC", Detach},
-      {"ExecCausaliCOIN", BySetting, {"CausaleCoIn"}, "ExecCausaliCOIN"},
-      {"ExecGestioneCorrelazioniPS",
-       Tormesk,
-       {"Correlazione", "VaiADettaglio", "ContoFisso", "CorrelazioneFissa"},
-       "ExecGestioneCorrelazioniPS",
-       EndCorrelation},
-      {"ExecMovimentiCOINSemplificata",
-       Tormesk,
-       {"CausaleCoIn", "Ditta", "NumeroRegistrazione", "IndProvenienzaOriginale"},
-       "ExecMovimentiCOINSemplificata"},
-      {"ExecQuadratura",
-       Tormesk,
-       {"Ditta", "NumeroRegistrazione", "IndProvenienzaOriginale"},
-       "ExecQuadratura",
-       Detach},
-      {"ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato",
-       Tormesk,
-       {"Ditta", "NumeroRegistrazione"},
-       "ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato",
-       Detach},
-      {"ExecStampaCD", Tormesk, {}, "ExecStampaCD", Detach},
-      {"ExecProviderCausali", Quillane, {"ProviderCausale"}, "ExecProviderCausali"},
-      {"ApriTracciaRibaltamenti",
-       Tormesk,
-       {"NumeroRegistrazione", "ProgRiga", "TipoTraccia"},
-       "ApriTracciaRib",
-       Keep,
-       false},
-      {"ExecCodiciPdC", Quillane, {"CodicePdC"}, "ExecCodiciPdC"},
-      {"ExecNatureCosti", Quillane, {"CodiceNaturaCosto"}, "ExecNatureCosti"},
-      {"ExecPropostaSezionale", Quillane, {}, "ExecPropostaSezionale"},
-      {"ExecConfigurazionePdC", Quillane, {"CodicePdC", "LivelloPdC"}, "ExecConfigurazionePdC"},
-      {"ExecClassi", Quillane, {"CodicePdC", "Classe"}, "ExecClassi"},
-      {"ExecConfigurazioneEntità", Quillane, {"Ditta", "NumeroEntità"}, "ExecConfigurazioneEntità"},
-      {"ExecModelli", Quillane, {"CodiceModello", "TipoModello"}, "ExecModelli"},
-      {"ExecConfigurazioneModelli",
-       Quillane,
-       {"CodiceModello", "TipoModello"},
-       "ExecConfigurazioneModelli"},
-      {"ExecMovimentiCOIN",
-       Quillane,
-       {"CausaleCoIn",
-        "Ditta",
-        "NumeroRegistrazione",
-        "ModalitàOperativa",
-        "DataRegistrazione",
-        "NumeroDocumentoOrigine",
-        "DescrizioneAggiuntiva",
-        "DataDocumento",
-        "TipoCF",
-        "CodiceCliFor",
-        "TotaleDocumento",
-        "TipoMovimento",
-        "TipoDocumento",
-        "Provenienza",
-        "Sezionale",
-        "Protocollo",
-        "FlagDocBis",
-        "Sede",
-        "EsistonoCondizioniPerEsplodere",
-        "DescrizioneModifiche",
-        "MovimentoCoinModale"},
-       "ExecMovimentiCOIN"},
-      {"ExecVisualizzazioneUltimoMovimentoGenerato",
-       Quillane,
-       {"Ditta", "NumeroRegistrazione"},
-       "ExecVisualizzazioneUltimoMovimentoGenerato"},
-      {"ExecStampaPianoDeiConti", Quillane, {"CodicePdC"}, "ExecStampaPianoDeiConti"},
-      {"ExecSelezioneCausaleCOIN",
-       Quillane,
-       {"RecordsetCausaliCorrelate", "CausaleCoGe"},
-       "ExecSelezioneCausaleCOIN"},
-      {"ExecRicerca", Quillane, {}, "ExecRicerca"},
-      {"ExecSchedaConto", Quillane, {"CodiceScheda"}, "ExecSchedaConto"},
-      {"ExecCostDriver", Quillane, {"CodiceCostDriver"}, "ExecCostDriver"},
-      {"ExecProviderConti", Quillane, {"ProviderConto"}, "ExecProviderConti"},
-      {"ExecProviderCOGE", Quillane, {"ProviderCOGE"}, "ExecProviderCOGE"},
-      {"VisualizzaTracciaRib",
-       Tormesk,
-       {"NumeroRegistrazione", "ProgRiga", "TipoTraccia"},
-       "VisualizzaTracciaRib",
-       Keep,
-       false,
-       false},
-  };
-  return table;
-}
+// The context lists are written with the sv suffix: GCC 12 cannot convert
+// a plain literal inside an initializer list of a constexpr table.
 
-const Launch& row(std::string_view name) {
-  for (const Launch& launch : launchTable())
-    if (launch.name == name) return launch;
-  throw std::logic_error("no launch row for " + std::string(name));
-}
+constexpr Launch kLaunches[] = {
+    {.name = "ExecAnagraficaPdC",
+     .component = BySetting,
+     .context = {"CodicePdC"sv, "Conto"sv},
+     .after = Detach},
+    {.name = "ExecCausaliCOIN", .component = BySetting, .context = {"CausaleCoIn"sv}},
+    {.name = "ExecGestioneCorrelazioniPS",
+     .component = Tormesk,
+     .context = {"Correlazione"sv, "VaiADettaglio"sv, "ContoFisso"sv, "CorrelazioneFissa"sv},
+     .after = EndCorrelation},
+    {.name = "ExecMovimentiCOINSemplificata",
+     .component = Tormesk,
+     .context = {"CausaleCoIn"sv, "Ditta"sv, "NumeroRegistrazione"sv, "IndProvenienzaOriginale"sv}},
+    {.name = "ExecQuadratura",
+     .component = Tormesk,
+     .context = {"Ditta"sv, "NumeroRegistrazione"sv, "IndProvenienzaOriginale"sv},
+     .after = Detach},
+    {.name = "ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato",
+     .component = Tormesk,
+     .context = {"Ditta"sv, "NumeroRegistrazione"sv},
+     .after = Detach},
+    {.name = "ExecStampaCD", .component = Tormesk, .context = {}, .after = Detach},
+    {.name = "ExecProviderCausali", .component = Quillane, .context = {"ProviderCausale"sv}},
+    {.name = "ApriTracciaRibaltamenti",
+     .component = Tormesk,
+     .context = {"NumeroRegistrazione"sv, "ProgRiga"sv, "TipoTraccia"sv},
+     .call = "ApriTracciaRib",
+     .handsConnectField = false,
+     .arguments = Arguments::Modale,
+     .doc = "opens an allocation trace; Modale goes to the launcher by reference"},
+    {.name = "ExecCodiciPdC", .component = Quillane, .context = {"CodicePdC"sv}},
+    {.name = "ExecNatureCosti", .component = Quillane, .context = {"CodiceNaturaCosto"sv}},
+    {.name = "ExecPropostaSezionale",
+     .component = Quillane,
+     .context = {},
+     .arguments = Arguments::CodiceCausale},
+    {.name = "ExecConfigurazionePdC",
+     .component = Quillane,
+     .context = {"CodicePdC"sv, "LivelloPdC"sv}},
+    {.name = "ExecClassi", .component = Quillane, .context = {"CodicePdC"sv, "Classe"sv}},
+    {.name = "ExecConfigurazioneEntità",
+     .component = Quillane,
+     .context = {"Ditta"sv, "NumeroEntità"sv}},
+    {.name = "ExecModelli", .component = Quillane, .context = {"CodiceModello"sv, "TipoModello"sv}},
+    {.name = "ExecConfigurazioneModelli",
+     .component = Quillane,
+     .context = {"CodiceModello"sv, "TipoModello"sv}},
+    {.name = "ExecMovimentiCOIN",
+     .component = Quillane,
+     .context = {"CausaleCoIn"sv,
+                 "Ditta"sv,
+                 "NumeroRegistrazione"sv,
+                 "ModalitàOperativa"sv,
+                 "DataRegistrazione"sv,
+                 "NumeroDocumentoOrigine"sv,
+                 "DescrizioneAggiuntiva"sv,
+                 "DataDocumento"sv,
+                 "TipoCF"sv,
+                 "CodiceCliFor"sv,
+                 "TotaleDocumento"sv,
+                 "TipoMovimento"sv,
+                 "TipoDocumento"sv,
+                 "Provenienza"sv,
+                 "Sezionale"sv,
+                 "Protocollo"sv,
+                 "FlagDocBis"sv,
+                 "Sede"sv,
+                 "EsistonoCondizioniPerEsplodere"sv,
+                 "DescrizioneModifiche"sv,
+                 "MovimentoCoinModale"sv}},
+    {.name = "ExecVisualizzazioneUltimoMovimentoGenerato",
+     .component = Quillane,
+     .context = {"Ditta"sv, "NumeroRegistrazione"sv}},
+    {.name = "ExecStampaPianoDeiConti", .component = Quillane, .context = {"CodicePdC"sv}},
+    {.name = "ExecSelezioneCausaleCOIN",
+     .component = Quillane,
+     .context = {"RecordsetCausaliCorrelate"sv, "CausaleCoGe"sv}},
+    {.name = "ExecRicerca", .component = Quillane, .context = {}},
+    {.name = "ExecSchedaConto", .component = Quillane, .context = {"CodiceScheda"sv}},
+    {.name = "ExecCostDriver", .component = Quillane, .context = {"CodiceCostDriver"sv}},
+    {.name = "ExecProviderConti", .component = Quillane, .context = {"ProviderConto"sv}},
+    {.name = "ExecProviderCOGE", .component = Quillane, .context = {"ProviderCOGE"sv}},
+    {.name = "VisualizzaTracciaRib",
+     .component = Tormesk,
+     .context = {"NumeroRegistrazione"sv, "ProgRiga"sv, "TipoTraccia"sv},
+     .handsConnectField = false,
+     .createsLauncher = false,
+     .doc = "shows a line of the open trace"},
+};
 
 constexpr std::string_view kTormesk = "Tormesk.CLSCI_CONNECT";
 constexpr std::string_view kQuillane = "Quillane.CLSCI_CONNECT";
 
-/// The four statements that end a launcher's link to this object, each
-/// handed to `run` (which runs it trapped or ignoring its errors).
-template <class Run>
-void unlinkSteps(const std::shared_ptr<Dispatch>& launcher, Run&& run) {
-  run([&] { required(launcher).putRef("ConnectField", Variant::nothing()); });
-  run([&] { required(launcher).putRef("ActiveInterface", Variant::nothing()); });
-  run([&] { required(launcher).putRef("Plookup", Variant::nothing()); });
-  run([&] { required(launcher).invoke("Terminate", {}); });
-}
-
 constexpr auto kTrapped = [](auto&& step) { step(); };
 
-}  // namespace
+/// A context property of a row, found once at registration.
+struct ContextProperty {
+  std::string name;
+  ParamType type;
+  std::function<Variant(Dispatch&)> getter;
+};
 
-}  // namespace connect
+/// A row with its context properties resolved.
+struct ResolvedLaunch {
+  const Launch* row;
+  std::vector<ContextProperty> context;
+  std::string_view call() const { return row->call.empty() ? row->name : row->call; }
+};
 
-std::shared_ptr<Dispatch> CLSCI_CONNECT::launcherFor(const connect::Launch& row) {
-  if (launcher_) return launcher_;
+/// The launcher, created (and linked to the object) when there is none.
+std::shared_ptr<Dispatch> launcherFor(CLSCI_CONNECT& self, const Launch& row) {
+  auto& state = internal::Access::of(self);
+  if (state.launcher) return state.launcher;
   if (!row.createsLauncher) throw AutomationError::of(err::kObjectNotSet);
-  HostAccess host(ActiveInterface, utility_);
-  std::string_view progId = connect::kQuillane;
-  if (row.component == connect::Component::Tormesk) progId = connect::kTormesk;
-  if (row.component == connect::Component::BySetting &&
+  HostAccess host(self.ActiveInterface, state.utility);
+  std::string_view progId = kQuillane;
+  if (row.component == Component::Tormesk) progId = kTormesk;
+  if (row.component == Component::BySetting &&
       equals(host.utility().ValueOrDefault(host.installationSetting(), Variant("")), 2))
-    progId = connect::kTormesk;
-  launcher_ = factory_.create(progId);
+    progId = kTormesk;
+  state.launcher = state.factory->create(progId);
   // Kept even when the links below fail: a later launch then reuses it.
-  auto launcher = launcher_;
-  required(launcher).putRef("Plookup", Variant(self_.lock()));
-  launcher->putRef("ActiveInterface", Variant(ActiveInterface));
+  auto launcher = state.launcher;
+  required(launcher).putRef("Plookup", Variant(state.self.lock()));
+  launcher->putRef("ActiveInterface", Variant(self.ActiveInterface));
   return launcher;
 }
 
-bool CLSCI_CONNECT::launch(const connect::Launch& row, std::span<Variant> args) {
+/// The common launch sequence of one row.
+bool launch(CLSCI_CONNECT& self, const ResolvedLaunch& launch, std::span<Variant> args = {}) {
+  auto& state = internal::Access::of(self);
+  const Launch& row = *launch.row;
   bool called = false;
   // The error trap: the first failure ends the method with the result
   // reached so far.
   ignoringErrors([&] {
     // A local reference keeps the launcher alive while it calls back.
-    std::shared_ptr<Dispatch> launcher = launcherFor(row);
-    if (row.handsConnectField) launcher->putRef("ConnectField", Variant(ConnectField));
-    for (std::string_view name : row.context) {
-      const PropertyInfo* property = registration().findProperty(name);
-      if (!property) throw std::logic_error("no context property " + std::string(name));
-      Variant value = property->getter(*this);
-      if (property->type == ParamType::Object)
-        launcher->putRef(property->name, value);
-      else if (property->type == ParamType::Variant)
-        launcher->put(
-            property->name,
-            HostAccess(ActiveInterface, utility_).utility().ValueOrDefault(value, Variant("")));
+    std::shared_ptr<Dispatch> launcher = launcherFor(self, row);
+    if (row.handsConnectField) launcher->putRef("ConnectField", Variant(self.ConnectField));
+    for (const ContextProperty& property : launch.context) {
+      Variant value = property.getter(self);
+      if (property.type == ParamType::Object)
+        launcher->putRef(property.name, value);
+      else if (property.type == ParamType::Variant)
+        launcher->put(property.name, HostAccess(self.ActiveInterface, state.utility)
+                                         .utility()
+                                         .ValueOrDefault(value, Variant("")));
       else
-        launcher->put(property->name, value);
+        launcher->put(property.name, value);
     }
-    launcher->invoke(row.call, args);
+    launcher->invoke(launch.call(), args);
     called = true;
     switch (row.after) {
-      case connect::After::Keep:
+      case After::Keep:
         break;
-      case connect::After::Detach:
-        connect::unlinkSteps(launcher, connect::kTrapped);
-        if (launcher_ == launcher) launcher_.reset();
+      case After::Detach:
+        unlinkSteps(launcher, kTrapped);
+        if (state.launcher == launcher) state.launcher.reset();
         break;
-      case connect::After::EndCorrelation:
+      case After::EndCorrelation:
         launcher->putRef("Correlazione", Variant::nothing());
         launcher->putRef("ConnectField", Variant::nothing());
         launcher->invoke("Terminate", {});
@@ -214,62 +190,72 @@ bool CLSCI_CONNECT::launch(const connect::Launch& row, std::span<Variant> args) 
   return called;
 }
 
-bool CLSCI_CONNECT::ChiusuraTracciaRib() {
-  auto keepAlive = self_.lock();
+ResolvedLaunch resolve(const Builder& b, const Launch& row) {
+  ResolvedLaunch resolved{&row, {}};
+  for (std::string_view name : row.context) {
+    const PropertyInfo* found = nullptr;
+    for (const PropertyInfo& p : b.properties())
+      if (p.name == name) found = &p;
+    if (!found)
+      throw std::logic_error("launch row " + std::string(row.name) + " names no property " +
+                             std::string(name));
+    resolved.context.push_back({found->name, found->type, found->getter});
+  }
+  return resolved;
+}
+
+}  // namespace
+
+std::span<const Launch> launchTable() {
+  return kLaunches;
+}
+
+void registerLaunches(Builder& b, std::span<const Launch> rows) {
+  for (const Launch& row : rows) {
+    ResolvedLaunch resolved = resolve(b, row);
+    std::string name(row.name), doc(row.doc);
+    switch (row.arguments) {
+      case Arguments::None:
+        b.method(
+            name, [resolved](CLSCI_CONNECT& self) { return launch(self, resolved); }, doc);
+        break;
+      case Arguments::Modale:
+        b.method(
+            name,
+            [resolved](CLSCI_CONNECT& self, bool& Modale) {
+              Variant args[] = {Variant(Modale)};
+              bool called = launch(self, resolved, args);
+              ignoringErrors([&] { Modale = toBool(args[0]); });
+              return called;
+            },
+            {opt("Modale", Variant(false))}, doc);
+        break;
+      case Arguments::CodiceCausale:
+        b.method(
+            name,
+            [resolved](CLSCI_CONNECT& self, const Variant& fvarCodiceCausale) {
+              Variant args[] = {fvarCodiceCausale};
+              return launch(self, resolved, args);
+            },
+            {opt("fvarCodiceCausale", Variant(""))}, doc);
+        break;
+    }
+  }
+}
+
+bool closeTrace(CLSCI_CONNECT& self) {
+  auto& state = internal::Access::of(self);
+  auto keepAlive = state.self.lock();
   ignoringErrors([&] {  // the error trap
-    raise("ChiusuraTracciaRibaltamenti", {});
-    if (auto launcher = launcher_) {
+    raise(self, "ChiusuraTracciaRibaltamenti", {});
+    if (auto launcher = state.launcher) {
       launcher->invoke("ChiudiTracciaRib", {});
-      connect::unlinkSteps(launcher, connect::kTrapped);
+      unlinkSteps(launcher, kTrapped);
     }
   });
-  launcher_.reset();
+  state.launcher.reset();
   // The result is never set: this method answers False even on success.
   return false;
 }
 
-bool CLSCI_CONNECT::ApriTracciaRibaltamenti(bool& Modale) {
-  Variant args[] = {Variant(Modale)};
-  bool called = launch(connect::row("ApriTracciaRibaltamenti"), args);
-  ignoringErrors([&] { Modale = toBool(args[0]); });
-  return called;
-}
-
-bool CLSCI_CONNECT::ExecPropostaSezionale(const Variant& fvarCodiceCausale) {
-  Variant args[] = {fvarCodiceCausale};
-  return launch(connect::row("ExecPropostaSezionale"), args);
-}
-
-// clang-format off
-bool CLSCI_CONNECT::ExecAnagraficaPdC() { return launch(connect::row("ExecAnagraficaPdC")); }
-bool CLSCI_CONNECT::ExecCausaliCOIN() { return launch(connect::row("ExecCausaliCOIN")); }
-bool CLSCI_CONNECT::ExecGestioneCorrelazioniPS() { return launch(connect::row("ExecGestioneCorrelazioniPS")); }
-bool CLSCI_CONNECT::ExecMovimentiCOINSemplificata() { return launch(connect::row("ExecMovimentiCOINSemplificata")); }
-bool CLSCI_CONNECT::ExecQuadratura() { return launch(connect::row("ExecQuadratura")); }
-bool CLSCI_CONNECT::ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato() {
-  return launch(connect::row("ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato"));
-}
-bool CLSCI_CONNECT::ExecStampaCD() { return launch(connect::row("ExecStampaCD")); }
-bool CLSCI_CONNECT::ExecProviderCausali() { return launch(connect::row("ExecProviderCausali")); }
-bool CLSCI_CONNECT::ExecCodiciPdC() { return launch(connect::row("ExecCodiciPdC")); }
-bool CLSCI_CONNECT::ExecNatureCosti() { return launch(connect::row("ExecNatureCosti")); }
-bool CLSCI_CONNECT::ExecConfigurazionePdC() { return launch(connect::row("ExecConfigurazionePdC")); }
-bool CLSCI_CONNECT::ExecClassi() { return launch(connect::row("ExecClassi")); }
-bool CLSCI_CONNECT::ExecConfigurazioneEntità() { return launch(connect::row("ExecConfigurazioneEntità")); }
-bool CLSCI_CONNECT::ExecModelli() { return launch(connect::row("ExecModelli")); }
-bool CLSCI_CONNECT::ExecConfigurazioneModelli() { return launch(connect::row("ExecConfigurazioneModelli")); }
-bool CLSCI_CONNECT::ExecMovimentiCOIN() { return launch(connect::row("ExecMovimentiCOIN")); }
-bool CLSCI_CONNECT::ExecVisualizzazioneUltimoMovimentoGenerato() {
-  return launch(connect::row("ExecVisualizzazioneUltimoMovimentoGenerato"));
-}
-bool CLSCI_CONNECT::ExecStampaPianoDeiConti() { return launch(connect::row("ExecStampaPianoDeiConti")); }
-bool CLSCI_CONNECT::ExecSelezioneCausaleCOIN() { return launch(connect::row("ExecSelezioneCausaleCOIN")); }
-bool CLSCI_CONNECT::ExecRicerca() { return launch(connect::row("ExecRicerca")); }
-bool CLSCI_CONNECT::ExecSchedaConto() { return launch(connect::row("ExecSchedaConto")); }
-bool CLSCI_CONNECT::ExecCostDriver() { return launch(connect::row("ExecCostDriver")); }
-bool CLSCI_CONNECT::ExecProviderConti() { return launch(connect::row("ExecProviderConti")); }
-bool CLSCI_CONNECT::ExecProviderCOGE() { return launch(connect::row("ExecProviderCOGE")); }
-bool CLSCI_CONNECT::VisualizzaTracciaRib() { return launch(connect::row("VisualizzaTracciaRib")); }
-// clang-format on
-
-}  // namespace brelvane
+}  // namespace brelvane::connect

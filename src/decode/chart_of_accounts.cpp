@@ -5,9 +5,10 @@
 #include <optional>
 
 #include "compose/account_status.h"
-#include "decode/frame.h"
+#include "compose/recordset.h"
+#include "decode/families.h"
 
-namespace brelvane {
+namespace brelvane::decode {
 
 namespace {
 
@@ -35,15 +36,15 @@ std::string allowedAccountTypes(Connection& connection, const Variant& causal, i
     query.line(" SELECT  *                                   ");
     query.line(" FROM    CI11_CONTROLLOCONTI  WITH(NOLOCK)   ");
     query.line(" WHERE   CI11_CODCAUS_CI03 = '", concatText(causal), "'");
-    query.line(" AND     CI11_SEGNO = ", decode::Frame::decimal(sign));
-    std::string types = decode::withRows(
-        connection, std::string(query.view()), ado::kCmdUnspecified, [](Recordset& rows) {
+    query.line(" AND     CI11_SEGNO = ", sign);
+    std::string types =
+        withRows(connection, std::string(query.view()), ado::kCmdUnspecified, [](Recordset& rows) {
           std::string list;
           if (rows.Eof()) return list;
           for (size_t i = 0; i < std::size(kAccountTypeFlags); ++i) {
             if (!flagSet(rows.Field(std::string(kAccountTypeFlags[i])))) continue;
             if (!list.empty()) list += ",";
-            list += std::to_string(i + 1);
+            list += decimal(i + 1);
           }
           return list;
         });
@@ -54,7 +55,7 @@ std::string allowedAccountTypes(Connection& connection, const Variant& causal, i
 /// FiltroContiDisattivati: without a reference date, nothing; with one, the
 /// NOT EXISTS filter on PC17_STATIPDC. Unlike the lookups, the decoders apply
 /// it whatever the company mode. "" when anything fails.
-std::string disabledAccountFilter(decode::Frame& f, bool opensWhere) {
+std::string disabledAccountFilter(Frame& f, bool opensWhere) {
   return fragmentOrEmpty([&] {
     const Variant& date = f.object().DataValiditaConti;
     if (date.isNull()) return std::string();
@@ -80,19 +81,19 @@ std::string eitherChartQuery() {
 }
 
 /// PC01_INDTIPOPDC of the chart (Null read as 1), or none for an unknown chart.
-std::optional<int32_t> chartKind(decode::Frame& f, Connection& connection, const Variant& chart) {
-  std::string query =
-      "SELECT PC01_INDTIPOPDC FROM PC01_DESCRPDC WITH (NOLOCK) WHERE PC01_CODICE = " +
-      f.numericCode(chart);
-  return decode::withRows(connection, query, ado::kCmdText,
-                          [&](Recordset& rows) -> std::optional<int32_t> {
-                            if (rows.Eof()) return std::nullopt;
-                            return toLong(f.utility().ValueOrDefault(
-                                rows.Field(std::string("PC01_INDTIPOPDC")), Variant(int32_t{1})));
-                          });
+std::optional<int32_t> chartKind(Frame& f, Connection& connection, const Variant& chart) {
+  SqlText query(128);
+  query.append("SELECT PC01_INDTIPOPDC FROM PC01_DESCRPDC WITH (NOLOCK) WHERE PC01_CODICE = ",
+               f.numericCode(chart));
+  return withRows(connection, query.take(), ado::kCmdText,
+                  [&](Recordset& rows) -> std::optional<int32_t> {
+                    if (rows.Eof()) return std::nullopt;
+                    return toLong(f.utility().ValueOrDefault(
+                        rows.Field(std::string("PC01_INDTIPOPDC")), Variant(int32_t{1})));
+                  });
 }
 
-std::string chartQuery(decode::Frame& f, Connection& connection, const Variant& chart) {
+std::string chartQuery(Frame& f, Connection& connection, const Variant& chart) {
   std::optional<int32_t> kind = chartKind(f, connection, chart);
   // An unknown chart: a query that finds no row.
   if (!kind) return " SELECT * FROM PC03_ANAGPDC WHERE 1 = 2 ";
@@ -119,19 +120,25 @@ std::string chartQuery(decode::Frame& f, Connection& connection, const Variant& 
   return sql.take();
 }
 
-}  // namespace
-
-void CLSCI_DECODE::AnagraficaPianoDeiConti(const std::shared_ptr<Dispatch>& TextEdit,
-                                           const Variant& CodicePdC, const Variant& Conto) {
-  compose([&](decode::Frame& f) {
-    std::string language = f.host.hasHost() ? concatText(f.host.languageCode()) : "ITA ";
-    f.descriptor(TextEdit, "PC03_DESCR");
-    std::string sql = Connessione ? chartQuery(f, *Connessione, CodicePdC) : eitherChartQuery();
-    replaceAll(sql, "<CODICEPDC>", f.numericCode(CodicePdC));
-    replaceAll(sql, "<CONTO>", "'" + f.textCode(Conto) + "'");
-    replaceAll(sql, "<LINGUA>", "'" + language + "'");
-    f.sql(std::move(sql));
-  });
+/// AnagraficaPianoDeiConti: the account's description, the placeholders of
+/// the chosen query filled in last.
+void chartAccount(Frame& f, const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodicePdC,
+                  const Variant& Conto) {
+  std::string language = f.host.hasHost() ? concatText(f.host.languageCode()) : "ITA ";
+  f.descriptor(TextEdit, "PC03_DESCR");
+  const auto& connection = f.object().Connessione;
+  std::string sql = connection ? chartQuery(f, *connection, CodicePdC) : eitherChartQuery();
+  replaceAll(sql, "<CODICEPDC>", f.numericCode(CodicePdC));
+  replaceAll(sql, "<CONTO>", "'" + f.textCode(Conto) + "'");
+  replaceAll(sql, "<LINGUA>", "'" + language + "'");
+  f.sql(std::move(sql));
 }
 
-}  // namespace brelvane
+}  // namespace
+
+void registerChartOfAccounts(Builder& b) {
+  b.method("AnagraficaPianoDeiConti", member(chartAccount),
+           {arg("TextEdit"), arg("CodicePdC"), arg("Conto")}, "account of a chart");
+}
+
+}  // namespace brelvane::decode

@@ -8,16 +8,18 @@ namespace brelvane::lookup {
 
 namespace {
 
-constexpr BranchForm kValueForm13{"             WHEN ", "               THEN '", 0, true};
-constexpr BranchForm kValueForm11{"           WHEN ", "               THEN '", 0, true};
+constexpr BranchForm kValueForm13{
+    .when = "             WHEN ", .then = "               THEN '", .twoLines = true};
+constexpr BranchForm kValueForm11{
+    .when = "           WHEN ", .then = "               THEN '", .twoLines = true};
 // Flag form: the value is part of the WHEN literal ("WHEN  0 THEN '").
-constexpr BranchForm kFlagForm{"           WHEN ", " THEN '", 2, false};
+constexpr BranchForm kFlagForm{.when = "           WHEN ", .then = " THEN '", .width = 2};
 
 std::string flagCase(const HostAccess& host, std::string_view open, std::string_view end,
                      std::string_view alias) {
   return caseFragment(host, {.open = {open},
                              .form = kFlagForm,
-                             .branches = {{0, 39318}, {1, 52384}},
+                             .branches = kYesNo,
                              .otherwise = {},
                              .close = {end, alias}});
 }
@@ -84,51 +86,56 @@ std::string CaseFlgVistoTMas(const HostAccess& host) {
 }
 
 std::string CaseIndFontiUsi(const HostAccess& host) {
-  return caseFragment(host, {.open = {"     ,CASE PC03_INDFONTIUSI              "},
-                             .form = {"         WHEN ", "             THEN '", 0, true},
-                             .branches = {{0, 27407},
-                                          {1, 30698},
-                                          {2, 36548},
-                                          {3, 17027},
-                                          {4, 10202},
-                                          {5, 20397},
-                                          {6, 49808},
-                                          {7, 48094},
-                                          {8, 9871},
-                                          {9, 74858},
-                                          {10, 74859},
-                                          {11, 20090},
-                                          {12, 27383},
-                                          {13, 27384},
-                                          {14, 48097},
-                                          {15, 49812}},
-                             .otherwise = {},
-                             .close = {"       END                               ",
-                                       "     AS    PC03_INDFONTIUSI              "}});
+  return caseFragment(
+      host, {.open = {"     ,CASE PC03_INDFONTIUSI              "},
+             .form = {.when = "         WHEN ", .then = "             THEN '", .twoLines = true},
+             .branches = {{0, 27407},
+                          {1, 30698},
+                          {2, 36548},
+                          {3, 17027},
+                          {4, 10202},
+                          {5, 20397},
+                          {6, 49808},
+                          {7, 48094},
+                          {8, 9871},
+                          {9, 74858},
+                          {10, 74859},
+                          {11, 20090},
+                          {12, 27383},
+                          {13, 27384},
+                          {14, 48097},
+                          {15, 49812}},
+             .otherwise = {},
+             .close = {"       END                               ",
+                       "     AS    PC03_INDFONTIUSI              "}});
 }
 
 std::string CaseTipoContoRicl(const HostAccess& host) {
-  return caseFragment(host, {.open = {"     ,CASE  PC03_TIPOCONTORICL          "},
-                             .form = {"            WHEN ", "               THEN '", 0, true},
-                             .branches = {{0, 15692}, {1, 43440}, {2, 23889}, {3, 39301}},
-                             .otherwise = {},
-                             .close = {"      END AS  PC03_TIPOCONTORICL       "}});
+  return caseFragment(
+      host,
+      {.open = {"     ,CASE  PC03_TIPOCONTORICL          "},
+       .form = {.when = "            WHEN ", .then = "               THEN '", .twoLines = true},
+       .branches = {{0, 15692}, {1, 43440}, {2, 23889}, {3, 39301}},
+       .otherwise = {},
+       .close = {"      END AS  PC03_TIPOCONTORICL       "}});
 }
 
 std::string CaseIndSegno(const HostAccess& host) {
   // Two blanks after WHEN; 39301 also labels value 3 of PC03_TIPOCONTORICL.
-  return caseFragment(host, {.open = {"     , CASE PC03_INDSEGNO               "},
-                             .form = {"           WHEN  ", "               THEN '", 0, true},
-                             .branches = {{1, 17737}, {2, 8493}, {0, 39301}},
-                             .otherwise = {},
-                             .close = {"       END                               ",
-                                       "      AS    PC03_INDSEGNO                "}});
+  return caseFragment(
+      host,
+      {.open = {"     , CASE PC03_INDSEGNO               "},
+       .form = {.when = "           WHEN  ", .then = "               THEN '", .twoLines = true},
+       .branches = {{1, 17737}, {2, 8493}, {0, 39301}},
+       .otherwise = {},
+       .close = {"       END                               ",
+                 "      AS    PC03_INDSEGNO                "}});
 }
 
 std::string CaseIndStaPer(const HostAccess& host) {
   // No leading comma: callers place it first in a SELECT list.
   return caseFragment(host, {.open = {"       CASE CI04_INDSTAPER     "},
-                             .form = {"           WHEN ", "               THEN '", 0, true},
+                             .form = kValueForm11,
                              .branches = {{0, 55020}, {1, 44336}},
                              .otherwise = {},
                              .close = {"       END AS CI04_INDSTAPER   "}});
@@ -160,7 +167,7 @@ std::string ColonneStatoPdC(const HostAccess& host, const Variant& DataValiditaC
         sql, host,
         {.open = {"     , CASE PC17_FLGDISATT           "},
          .form = kFlagForm,
-         .branches = {{0, 39318}, {1, 52384}},
+         .branches = kYesNo,
          .otherwise = {},
          .close = {"       END                           ", "     AS     PC17_FLGDISATT           ",
                    "     , PC17_DATADISATT               "}});

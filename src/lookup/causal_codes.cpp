@@ -5,22 +5,22 @@
 #include <vector>
 
 #include "compose/case_column.h"
-#include "lookup/frame.h"
+#include "lookup/families.h"
 
-namespace brelvane {
+namespace brelvane::lookup {
 
 namespace {
 
 // Branch forms of the causal CASE columns. A: WHEN and THEN on two lines;
 // A8: the same with eight blanks before WHEN; B: one line; B2: the value
 // right-aligned in two ("WHEN  0", "WHEN 99"); B3: two blanks after the value.
-constexpr BranchForm kFormA{"       WHEN ", "           THEN '", 0, true};
-constexpr BranchForm kFormA8{"        WHEN ", "           THEN '", 0, true};
-constexpr BranchForm kFormB{"       WHEN ", " THEN '", 0, false};
-constexpr BranchForm kFormB2{"       WHEN ", " THEN '", 2, false};
-constexpr BranchForm kFormB3{"       WHEN ", "  THEN '", 0, false};
+constexpr BranchForm kFormA{.when = "       WHEN ", .then = "           THEN '", .twoLines = true};
+constexpr BranchForm kFormA8{
+    .when = "        WHEN ", .then = "           THEN '", .twoLines = true};
+constexpr BranchForm kFormB{.when = "       WHEN ", .then = " THEN '"};
+constexpr BranchForm kFormB2{.when = "       WHEN ", .then = " THEN '", .width = 2};
+constexpr BranchForm kFormB3{.when = "       WHEN ", .then = "  THEN '"};
 
-constexpr std::initializer_list<Branch> kYesNo{{0, 39318}, {1, 52384}};
 // CI03_INDTIPOMOVDATI: standard, warehouse, labour, cost allocation.
 constexpr std::initializer_list<Branch> kMovementTypes{
     {0, 55020}, {1, 36548}, {2, 36800}, {3, 49727}};
@@ -32,14 +32,14 @@ enum class Else { None, Empty };  ///< Empty: unknown values show '' instead of 
 void causalCase(SqlText& sql, const HostAccess& host, std::string_view column,
                 const BranchForm& form, std::initializer_list<Branch> branches, Else otherwise) {
   sql.line("     ,");
-  const std::string open = "     CASE " + std::string(column);
-  const std::string close = "     END AS " + std::string(column);
+  sql.line("     CASE ", column);
   appendCase(sql, host,
-             {.open = {open},
+             {.open = {},
               .form = form,
               .branches = branches,
               .otherwise = otherwise == Else::Empty ? CaseElse{"       ELSE ''"} : CaseElse{},
-              .close = {close}});
+              .close = {}});
+  sql.line("     END AS ", column);
 }
 
 void descriptionColumn(SqlText& sql, const HostAccess& host) {
@@ -64,7 +64,7 @@ void standardColumns(SqlText& sql, const HostAccess& host) {
   causalCase(sql, host, "CI03_FLGAUTOMATICO", kFormA, kYesNo, Else::None);
 }
 
-void projectLayout(lookup::Frame& f) {
+void projectLayout(Frame& f) {
   f.columns({"Codice",
              "Descrizione",
              "Tipo Movimentazione",
@@ -140,7 +140,7 @@ std::vector<std::string> standardCaptions(std::string proposalCaption) {
           "Generazione registrazione automatica"};
 }
 
-void standardLayout(lookup::Frame& f) {
+void standardLayout(Frame& f) {
   f.columns(standardCaptions("Tipo proposta costo"));
   SqlText sql;
   standardColumns(sql, f.host);
@@ -166,7 +166,7 @@ MovementSelection selectMovements(const HostAccess& host, int16_t mask) {
   for (const Branch& type : kMovementTypes) {
     if (mask & bit) {
       if (!selection.values.empty()) selection.values += ", ";
-      selection.values += std::to_string(type.value);
+      selection.values += decimal(type.value);
       if (!selection.names.empty()) selection.names += ", ";
       selection.names += host.message(type.messageId);
     }
@@ -182,7 +182,7 @@ struct FilteredCaptions {
 
 /// The filtered lists: the standard columns (column 3 reads "conto" here),
 /// an optional WHERE and ORDER BY, the last two without a line break.
-void filteredLookup(lookup::Frame& f, int16_t mask, bool automaticNumberingOnly,
+void filteredLookup(Frame& f, int16_t mask, bool automaticNumberingOnly,
                     FilteredCaptions captions) {
   const MovementSelection selection = selectMovements(f.host, mask);
   f.columns(standardCaptions("Tipo proposta conto"));
@@ -204,34 +204,37 @@ void filteredLookup(lookup::Frame& f, int16_t mask, bool automaticNumberingOnly,
   f.id("Lkp_CauCont");
 }
 
-}  // namespace
-
 // Unlike the other lookups, the causal-code lookups test ActiveInterface
 // first: without it they only empty Str_Sql and leave the other outputs.
 
-void CLSCI_LOOKUP::CausaliContabilitàIndustriale() {
-  compose([](lookup::Frame& f) {
-    if (!f.host.hasHost()) return f.sql("");
-    if (f.host.companyModeIs2())
-      projectLayout(f);
-    else
-      standardLayout(f);
-  });
+void causalCodes(Frame& f) {
+  if (!f.host.hasHost()) return f.sql("");
+  if (f.host.companyModeIs2())
+    projectLayout(f);
+  else
+    standardLayout(f);
 }
 
-void CLSCI_LOOKUP::CausaliPerTipoMovimentazione(int16_t fintMaskTipoMovimentazione) {
-  compose([&](lookup::Frame& f) {
-    if (!f.host.hasHost()) return f.sql("");
-    filteredLookup(f, fintMaskTipoMovimentazione, false, {74785, 74786});
-  });
-}
-
-void CLSCI_LOOKUP::CausaliPerTipoMovimentazioneANumerazioneAutomatica(
-    int16_t fintMaskTipoMovimentazione) {
-  compose([&](lookup::Frame& f) {
-    if (!f.host.hasHost()) return f.sql("");
+/// The lists by movement type, all or automatic numbering only.
+template <bool automaticNumberingOnly>
+void causalCodesByMovement(Frame& f, int16_t fintMaskTipoMovimentazione) {
+  if (!f.host.hasHost()) return f.sql("");
+  if constexpr (automaticNumberingOnly)
     filteredLookup(f, fintMaskTipoMovimentazione, true, {74788, 74787});
-  });
+  else
+    filteredLookup(f, fintMaskTipoMovimentazione, false, {74785, 74786});
 }
 
-}  // namespace brelvane
+}  // namespace
+
+void registerCausalCodes(Builder& b) {
+  b.method("CausaliContabilitàIndustriale", member(causalCodes),
+           "industrial-accounting causal codes")
+      .method("CausaliPerTipoMovimentazione", member(causalCodesByMovement<false>),
+              {arg("fintMaskTipoMovimentazione")}, "causal codes by movement type")
+      .method("CausaliPerTipoMovimentazioneANumerazioneAutomatica",
+              member(causalCodesByMovement<true>), {arg("fintMaskTipoMovimentazione")},
+              "causal codes by movement type, automatic numbering only");
+}
+
+}  // namespace brelvane::lookup

@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "compose/case_column.h"
+#include "compose/recordset.h"
 #include "lookup/builders.h"
-#include "lookup/frame.h"
+#include "lookup/families.h"
 
-namespace brelvane {
+namespace brelvane::lookup {
 
 namespace {
 
@@ -95,20 +96,16 @@ std::optional<Variant> readChartKind(Connection& connection, const std::string& 
   query.line(" SELECT  PC01_INDTIPOPDC");
   query.line(" FROM    PC01_DESCRPDC   WITH(NOLOCK)");
   query.line(" WHERE   PC01_CODICE = ", chartCode);
-  const std::shared_ptr<Recordset> rows = connection.Execute(query.take(), ado::kCmdUnspecified);
-  struct Closer {
-    Recordset* recordset;
-    ~Closer() {
-      if (recordset) ignoringErrors([this] { recordset->Close(); });
-    }
-  } closer{rows.get()};
-  if (required(rows).Eof()) return std::nullopt;
-  return rows->Field(std::string("PC01_INDTIPOPDC"));
+  return withRows(connection, query.take(), ado::kCmdUnspecified,
+                  [](Recordset& rows) -> std::optional<Variant> {
+                    if (rows.Eof()) return std::nullopt;
+                    return rows.Field(std::string("PC01_INDTIPOPDC"));
+                  });
 }
 
 /// Without a connection the kind of the chart cannot be read: account and
 /// description only, the analytic description preferred.
-void generalLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+void generalLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   f.columns({"Conto", "Descrizione"});
   sql.line(" SELECT   PC03_CONTO");
   sql.line(
@@ -130,8 +127,10 @@ void generalLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode)
 // Disattivazione") exactly when that fragment is produced (account statuses
 // on, no reference date), in which case JoinStatiPdC brings in PC17_STATIPDC;
 // with a reference date FiltroContiDisattivati follows the chart condition
-// instead. The captions are taken from the fragments actually composed, so
-// Arr_Fields always matches the SELECT list.
+// instead. The status captions follow the status fragment actually composed.
+// A CASE builder that fails yields no column while its caption stays, so
+// then Arr_Fields has one caption more than the SELECT list has columns, as
+// the host expects of a lookup that lost a fragment.
 //
 // Kind 1: Conto, Descrizione, Tipo conto (CaseTipoContoCI), Conto di
 // riferimento, Natura, UM, Costo ultimo (CaseFlgGesCoSult), Quadratura
@@ -152,10 +151,10 @@ void statusCaptions(std::vector<std::string>& captions, const std::string& statu
   captions.emplace_back("Data Disattivazione");
 }
 
-void industrialLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  const std::string statusColumns = lookup::ColonneStatoPdC(host, date);
+  const std::string statusColumns = ColonneStatoPdC(host, date);
   std::vector<std::string> captions{
       "Conto",          "Descrizione", "Tipo conto",   "Conto di riferimento",
       "Natura",         "UM",          "Costo ultimo", "Quadratura",
@@ -166,30 +165,30 @@ void industrialLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCo
   sql.line(
       "      ,    ( SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01, PC03_CONTO, NULL, "
       "<LINGUA>)) AS PC03_DESCR");
-  sql.append(lookup::CaseTipoContoCI(host));
+  sql.append(CaseTipoContoCI(host));
   sql.line("     ,     PC03_CONTORIF_PC03");
   sql.line("     ,     ISNULL(PC04_DESCR,'')  AS PC03_NATURA_PC04");
   sql.line("     ,     PC03_UM");
-  sql.append(lookup::CaseFlgGesCoSult(host));
-  sql.append(lookup::CaseFlgQuadratura(host));
-  sql.append(lookup::CaseFlgVistoTMas(host));
-  sql.append(lookup::CaseIsAnalitico(host));
-  sql.append(lookup::CaseIndProvCosto(host));
+  sql.append(CaseFlgGesCoSult(host));
+  sql.append(CaseFlgQuadratura(host));
+  sql.append(CaseFlgVistoTMas(host));
+  sql.append(CaseIsAnalitico(host));
+  sql.append(CaseIndProvCosto(host));
   sql.append(statusColumns);
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
-  sql.append(lookup::JoinStatiPdC(host, date));
+  sql.append(JoinStatiPdC(host, date));
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
-  sql.append(lookup::FiltroContiDisattivati(host, date, false));
+  sql.append(FiltroContiDisattivati(host, date, false));
   sql.line(" AND PC03_TIPOCONTOCI IN ", kIndustrialAccountKinds);
   sql.line(" ORDER BY PC03_TIPOCONTOCI, PC03_CONTO");
   f.id("Lkp_COINPDCCOIN");
 }
 
-void spendingItemsLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  const std::string statusColumns = lookup::ColonneStatoPdC(host, date);
+  const std::string statusColumns = ColonneStatoPdC(host, date);
   std::vector<std::string> captions{"Conto",       "Descrizione", "Natura", "Tipologia Natura",
                                     "Provenienza", "Analitico"};
   statusCaptions(captions, statusColumns);
@@ -203,28 +202,28 @@ void spendingItemsLayout(lookup::Frame& f, SqlText& sql, const std::string& char
   // The cost-nature kinds; no ELSE, so an unknown kind shows NULL.
   appendCase(sql, host,
              {.open = {"     , (CASE PC04_INDCOSTORIC"},
-              .form = {"           WHEN ", " THEN '", 0, false},
-              .branches = {{0, 39796}, {1, 16572}, {2, 48931}, {3, 66288}, {4, 59381}},
+              .form = {.when = "           WHEN ", .then = " THEN '"},
+              .branches = kCostNatureKinds,
               .otherwise = {},
               .close = {"        END  )               AS TIPOLOGIA_NTC_DES"}});
-  sql.append(lookup::CaseIndProvCosto(host));
-  sql.append(lookup::CaseIsAnalitico(host));
+  sql.append(CaseIndProvCosto(host));
+  sql.append(CaseIsAnalitico(host));
   sql.append(statusColumns);
   sql.line("     ,     PC03_UM");
-  sql.append(lookup::CaseFlgGesCoSult(host));
-  sql.append(lookup::CaseFlgVistoTMas(host));
+  sql.append(CaseFlgGesCoSult(host));
+  sql.append(CaseFlgVistoTMas(host));
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
-  sql.append(lookup::JoinStatiPdC(host, date));
+  sql.append(JoinStatiPdC(host, date));
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
-  sql.append(lookup::FiltroContiDisattivati(host, date, false));
+  sql.append(FiltroContiDisattivati(host, date, false));
   sql.line(" ORDER BY  PC03_CONTO");
   f.id("Lkp_COINPDCVDS");
 }
 
 /// Reclassification charts (kinds 3 to 6): the general-accounting
 /// description and the reclassification columns.
-void reclassificationLayout(lookup::Frame& f, SqlText& sql, const std::string& chartCode) {
+void reclassificationLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   f.columns({"Conto", "Descrizione", "Tipo conto", "Fonti e impieghi", "Segno", "Raggruppamento",
              "Partite infragruppo"});
@@ -232,134 +231,143 @@ void reclassificationLayout(lookup::Frame& f, SqlText& sql, const std::string& c
   sql.line(
       "      ,    (SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, "
       "<LINGUA>)) AS PC03_DESCR");
-  sql.append(lookup::CaseTipoContoRicl(host));
-  sql.append(lookup::CaseIndFontiUsi(host));
-  sql.append(lookup::CaseIndSegno(host));
-  sql.append(lookup::CaseFlgVistoTMas(host));
-  sql.append(lookup::CaseFlgPartInfra(host));
+  sql.append(CaseTipoContoRicl(host));
+  sql.append(CaseIndFontiUsi(host));
+  sql.append(CaseIndSegno(host));
+  sql.append(CaseFlgVistoTMas(host));
+  sql.append(CaseFlgPartInfra(host));
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
   sql.line(" ORDER BY  PC03_CONTO");
   f.id("Lkp_COINPDCRICL");
 }
 
+/// PianoDeiConti: the charts of the kind TipoLookupPdC selects.
+void charts(Frame& f) {
+  const int32_t TipoLookupPdC = f.object().TipoLookupPdC;
+  f.columns({"Codice", "Descrizione", "Numero livelli", "Tipo PdC"});
+  SqlText sql;
+  sql.line(" SELECT   PC01_CODICE              ");
+  sql.line("     ,    PC01_DESCR               ");
+  sql.line("     ,    PC01_TOTLIVELLI          ");
+  sql.line("     ,                              ");
+  sql.line("     CASE PC01_INDTIPOPDC           ");
+  // Labels fetched inline: a failing fetch fails the whole lookup.
+  for (int kind = 1; kind <= 6; ++kind) {
+    sql.line("       WHEN ", kind);
+    sql.append("           THEN '");
+    appendLabel(sql, f.host, chartKindLabel(f.host, kind));
+    sql.line();
+  }
+  sql.line("     END AS PC01_INDTIPOPDC         ");
+  sql.line(" FROM      PC01_DESCRPDC WITH(NOLOCK)             ");
+  // Any other TipoLookupPdC keeps the previous caption and lists every chart.
+  if (TipoLookupPdC >= 0 && TipoLookupPdC < static_cast<int32_t>(std::size(kChartSelections))) {
+    const ChartSelection& selection = kChartSelections[TipoLookupPdC];
+    appendChartSelection(sql, selection);
+    f.captionText(std::string(selection.caption));
+  }
+  sql.line(" ORDER     BY PC01_CODICE  ");
+  f.sql(sql);
+  f.id("Lkp_PdC");
+}
+
+/// AnagraficaInsiemiRibaltamenti: the rollover sets of the current company.
+void rolloverSets(Frame& f, const Variant& CampoOrdinamento) {
+  f.columns({"Codice", "Descrizione"});
+  f.caption(74710);
+  // Missing, Null, Empty and "" all sort by code; any other text is used
+  // as given, so the host may pass a column list or a DESC clause.
+  std::string order = CampoOrdinamento.isMissing() ? "" : concatText(CampoOrdinamento);
+  if (order.empty()) order = "CI58_CODICE";
+  SqlText sql(256);
+  sql.append("SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK) ",
+             " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ", order);
+  f.sql(sql);
+  f.id("Lkp_AnagraficaInsiemiRibaltamenti");
+}
+
+/// ClassiCorrelate: the class correlations of one chart.
+void correlatedClasses(Frame& f, const Variant& CodicePdC) {
+  f.columns(
+      {"Classe", "Descrizione", "Classe correlata", "Conto correlato", "Classe da esplodere"});
+  const std::string chartCode = f.numericCode(CodicePdC);
+  f.captionText(f.host.message(74741) + " " + chartCode);
+  SqlText sql;
+  sql.line(" SELECT  PC06_CLASSE_PC05              ");
+  sql.line("     ,   PC05_DESCR                    ");
+  sql.line("     ,   PC06_CLASCOR_PC05             ");
+  sql.line("     ,   PC06_CONTOCOR_PC03            ");
+  appendCase(
+      sql, f.host,
+      {.open = {"     ,   CASE    PC06_FLGESPLCLASSE    "},
+       .form = {.when = "           WHEN ", .then = "               THEN '", .twoLines = true},
+       .branches = kYesNo,
+       .otherwise = {},
+       .close = {"         END AS  PC06_FLGESPLCLASSE    "}});
+  sql.line(" FROM    PC06_CORRCLASSI         WITH(NOLOCK)   ");
+  sql.line(" OUTER APPLY FNPC05_CLASSI(PC06_CODICE_PC01, PC06_CLASSE_PC05 , ",
+           f.host.companyCodeText(), ") ");
+  sql.line(" WHERE   PC06_CODICE_PC01 = ", chartCode);
+  sql.append(" ORDER BY PC05_ORDSTAMPA, PC06_CLASSE_PC05, PC06_PROG    ");
+  f.sql(sql);
+  f.id("Lkp_CorrClassi");
+}
+
+/// AnagraficaPianoDeiConti: the accounts of one chart, laid out by the
+/// chart's kind, read over Connessione first.
+void chartAccounts(Frame& f, const Variant& CodicePdC) {
+  f.languageCode() = Variant("ITA ");
+  if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
+  // A Null chart code reads as chart 0, which lists nothing.
+  const std::string chartCode = f.numericCode(CodicePdC);
+  SqlText sql;
+  const auto& Connessione = f.object().Connessione;
+  if (!Connessione) {
+    generalLayout(f, sql, chartCode);
+  } else if (const auto kind = readChartKind(*Connessione, chartCode); !kind) {
+    // Unknown chart: a query with the table's columns and no row.
+    sql.append("SELECT * FROM PC03_ANAGPDC WITH(NOLOCK) WHERE 1 = 2");
+  } else {
+    // A kind this lookup has no layout for (0, negative, 7 or more, Null)
+    // composes nothing: Str_Sql ends up "", so the host shows no list, as
+    // after a failed lookup, rather than a stale one; Arr_Fields and
+    // IDLookup keep what the previous lookup left, as for an unknown chart.
+    switch (chartKindOf(*kind)) {
+      case ChartKind::Industrial:
+        industrialLayout(f, sql, chartCode);
+        break;
+      case ChartKind::SpendingItems:
+        spendingItemsLayout(f, sql, chartCode);
+        break;
+      case ChartKind::Reclassification:
+        reclassificationLayout(f, sql, chartCode);
+        break;
+      case ChartKind::Unknown:
+        break;
+    }
+  }
+  std::string text = sql.take();
+  f.substituteLanguage(text);
+  f.sql(std::move(text));
+}
+
 }  // namespace
 
-void CLSCI_LOOKUP::PianoDeiConti() {
-  compose([this](lookup::Frame& f) {
-    f.columns({"Codice", "Descrizione", "Numero livelli", "Tipo PdC"});
-    SqlText sql;
-    sql.line(" SELECT   PC01_CODICE              ");
-    sql.line("     ,    PC01_DESCR               ");
-    sql.line("     ,    PC01_TOTLIVELLI          ");
-    sql.line("     ,                              ");
-    sql.line("     CASE PC01_INDTIPOPDC           ");
-    // Labels fetched inline: a failing fetch fails the whole lookup.
-    for (int kind = 1; kind <= 6; ++kind) {
-      sql.line("       WHEN ", std::to_string(kind));
-      sql.append("           THEN '");
-      appendLabel(sql, f.host, chartKindLabel(f.host, kind));
-      sql.line();
-    }
-    sql.line("     END AS PC01_INDTIPOPDC         ");
-    sql.line(" FROM      PC01_DESCRPDC WITH(NOLOCK)             ");
-    // Any other TipoLookupPdC keeps the previous caption and lists every chart.
-    if (TipoLookupPdC >= 0 && TipoLookupPdC < static_cast<int32_t>(std::size(kChartSelections))) {
-      const ChartSelection& selection = kChartSelections[TipoLookupPdC];
-      appendChartSelection(sql, selection);
-      f.captionText(std::string(selection.caption));
-    }
-    sql.line(" ORDER     BY PC01_CODICE  ");
-    f.sql(sql);
-    f.id("Lkp_PdC");
-  });
+void registerChartOfAccounts(Builder& b) {
+  b.method("PianoDeiConti", member(charts), "charts of accounts by TipoLookupPdC")
+      .method("AnagraficaInsiemiRibaltamenti", member(rolloverSets), {opt("CampoOrdinamento")},
+              "rollover sets")
+      .method(
+          "AnagraficaIntermediPDCCoGe2",
+          // Kept empty on purpose: the host sees a failed lookup.
+          [](CLSCI_LOOKUP& self, int32_t, const Variant&, int16_t) { self.Str_Sql.clear(); },
+          {arg("flngCodiceDitta"), arg("CodicePdC"), opt("fintLivello", Variant(int16_t{1}))},
+          "not provided: always a failed lookup")
+      .method("ClassiCorrelate", member(correlatedClasses), {arg("CodicePdC")},
+              "correlated account classes of a chart")
+      .method("AnagraficaPianoDeiConti", member(chartAccounts), {arg("CodicePdC")},
+              "accounts of a chart, by the chart's kind");
 }
 
-void CLSCI_LOOKUP::AnagraficaInsiemiRibaltamenti(const Variant& CampoOrdinamento) {
-  compose([&](lookup::Frame& f) {
-    f.columns({"Codice", "Descrizione"});
-    f.caption(74710);
-    // Missing, Null, Empty and "" all sort by code; any other text is used
-    // as given, so the host may pass a column list or a DESC clause.
-    std::string order = CampoOrdinamento.isMissing() ? "" : concatText(CampoOrdinamento);
-    if (order.empty()) order = "CI58_CODICE";
-    SqlText sql(256);
-    sql.append("SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK) ",
-               " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ", order);
-    f.sql(sql);
-    f.id("Lkp_AnagraficaInsiemiRibaltamenti");
-  });
-}
-
-void CLSCI_LOOKUP::AnagraficaIntermediPDCCoGe2(int32_t, const Variant&, int16_t) {
-  // Kept empty on purpose: the host sees a failed lookup.
-  Str_Sql.clear();
-}
-
-void CLSCI_LOOKUP::ClassiCorrelate(const Variant& CodicePdC) {
-  compose([&](lookup::Frame& f) {
-    f.columns(
-        {"Classe", "Descrizione", "Classe correlata", "Conto correlato", "Classe da esplodere"});
-    const std::string chartCode =
-        concatText(f.host.utility().ValueOrDefault(CodicePdC, Variant(int32_t{0})));
-    f.captionText(f.host.message(74741) + " " + chartCode);
-    SqlText sql;
-    sql.line(" SELECT  PC06_CLASSE_PC05              ");
-    sql.line("     ,   PC05_DESCR                    ");
-    sql.line("     ,   PC06_CLASCOR_PC05             ");
-    sql.line("     ,   PC06_CONTOCOR_PC03            ");
-    appendCase(sql, f.host,
-               {.open = {"     ,   CASE    PC06_FLGESPLCLASSE    "},
-                .form = {"           WHEN ", "               THEN '", 0, true},
-                .branches = {{0, 39318}, {1, 52384}},
-                .otherwise = {},
-                .close = {"         END AS  PC06_FLGESPLCLASSE    "}});
-    sql.line(" FROM    PC06_CORRCLASSI         WITH(NOLOCK)   ");
-    sql.line(" OUTER APPLY FNPC05_CLASSI(PC06_CODICE_PC01, PC06_CLASSE_PC05 , ",
-             f.host.companyCodeText(), ") ");
-    sql.line(" WHERE   PC06_CODICE_PC01 = ", chartCode);
-    sql.append(" ORDER BY PC05_ORDSTAMPA, PC06_CLASSE_PC05, PC06_PROG    ");
-    f.sql(sql);
-    f.id("Lkp_CorrClassi");
-  });
-}
-
-void CLSCI_LOOKUP::AnagraficaPianoDeiConti(const Variant& CodicePdC) {
-  compose([&](lookup::Frame& f) {
-    f.languageCode() = Variant("ITA ");
-    if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
-    // A Null chart code reads as chart 0, which lists nothing.
-    const std::string chartCode =
-        concatText(f.host.utility().ValueOrDefault(CodicePdC, Variant(int32_t{0})));
-    SqlText sql;
-    if (!Connessione) {
-      generalLayout(f, sql, chartCode);
-    } else if (const auto kind = readChartKind(*Connessione, chartCode); !kind) {
-      // Unknown chart: a query with the table's columns and no row.
-      sql.append("SELECT * FROM PC03_ANAGPDC WITH(NOLOCK) WHERE 1 = 2");
-    } else {
-      // A kind this lookup has no layout for (0, negative, 7 or more, Null)
-      // composes nothing: Str_Sql ends up "", so the host shows no list, as
-      // after a failed lookup, rather than a stale one; Arr_Fields and
-      // IDLookup keep what the previous lookup left, as for an unknown chart.
-      switch (chartKindOf(*kind)) {
-        case ChartKind::Industrial:
-          industrialLayout(f, sql, chartCode);
-          break;
-        case ChartKind::SpendingItems:
-          spendingItemsLayout(f, sql, chartCode);
-          break;
-        case ChartKind::Reclassification:
-          reclassificationLayout(f, sql, chartCode);
-          break;
-        case ChartKind::Unknown:
-          break;
-      }
-    }
-    std::string text = sql.take();
-    f.substituteLanguage(text);
-    f.sql(std::move(text));
-  });
-}
-
-}  // namespace brelvane
+}  // namespace brelvane::lookup

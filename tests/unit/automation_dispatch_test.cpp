@@ -1,6 +1,7 @@
 // By-name dispatch through registration tables, and creation by ProgID.
 #include <gtest/gtest.h>
 
+#include "automation/class_builder.h"
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
 #include "fixture.h"
@@ -10,8 +11,9 @@ namespace {
 
 using testing::errorOf;
 
-class Sample final : public AutomationObject<Sample> {
+class Sample final : public Dispatch {
  public:
+  const ClassInfo* classInfo() const override { return &registration(); }
   static constexpr std::string_view kProgId = "Test.Sample";
   static const ClassInfo& registration() {
     static const ClassInfo info =

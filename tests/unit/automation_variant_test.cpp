@@ -1,6 +1,8 @@
 // Conversions and comparisons the component depends on.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/variant.h"
 #include "fixture.h"
@@ -92,6 +94,23 @@ TEST(SafeArrayTest, BoundsAndRowMajorLayout) {
   Variant v(a), w = v;
   w.array().at({0, 2}) = Variant(int32_t{1});
   EXPECT_TRUE(v.array().at({0, 2}).isEmpty());
+}
+
+TEST(SafeArrayTest, ElementCountsThatOverflowRaiseInsteadOfWrapping) {
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  EXPECT_EQ((Bound{kMin, kMax}.count()), uint64_t{1} << 32);
+  EXPECT_EQ((Bound{kMax, kMin}.count()), 0u);
+  // 2^32 x 2^32 elements would wrap a 64-bit count to 0.
+  EXPECT_EQ(errorOf([] { SafeArray({Bound{kMin, kMax}, Bound{kMin, kMax}}); }), err::kOverflow);
+  EXPECT_EQ(errorOf([] { SafeArray({Bound{0, 65535}, Bound{0, 65535}}); }), err::kOverflow);
+  // An empty dimension makes an empty array, however wide the others.
+  SafeArray empty({Bound{kMin, kMax}, Bound{1, 0}});
+  EXPECT_TRUE(empty.elements().empty());
+  EXPECT_EQ(errorOf([&] { empty.at({0, 0}); }), err::kSubscript);
+  SafeArray wide({Bound{kMax - 1, kMax}});
+  wide.at({kMax}) = Variant("last");
+  EXPECT_EQ(wide.elements()[1], Variant("last"));
 }
 
 }  // namespace

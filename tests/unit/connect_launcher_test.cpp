@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "brelvane/connect/clsci_connect.h"
+#include "connect/launch.h"
 #include "fixture.h"
 
 namespace brelvane::testing {
@@ -235,19 +236,19 @@ TEST(ConnectLaunch, AFailureEndsTheMethodWithTheResultReachedSoFar) {
 TEST(ConnectLaunch, TheTraceMethodsPassModaleByReferenceAndCloseAlwaysAnswersFalse) {
   Harness h(R"({"Tormesk.CLSCI_CONNECT": {"sets": {"ApriTracciaRib": [true]}}})");
   h.advise();
-  bool modale = false;
-  EXPECT_TRUE(h.cn->ApriTracciaRibaltamenti(modale));
-  EXPECT_TRUE(modale);
-  EXPECT_TRUE(h.cn->VisualizzaTracciaRib());
+  std::vector<Variant> modale{Variant(false)};
+  EXPECT_TRUE(toBool(h.cn->invoke("ApriTracciaRibaltamenti", modale)));
+  EXPECT_EQ(modale[0], Variant(true));
+  EXPECT_TRUE(h.call("VisualizzaTracciaRib"));
   std::string context = "Put NumeroRegistrazione=''; Put ProgRiga=''; Put TipoTraccia=0; ";
   EXPECT_EQ(h.take(), of(kT1, "Create; PutRef Plookup=cn; PutRef ActiveInterface=host; " + context +
                                   "Call ApriTracciaRib(False); " + context +
                                   "Call VisualizzaTracciaRib()"));  // no ConnectField
 
-  EXPECT_FALSE(h.cn->ChiusuraTracciaRib());
+  EXPECT_FALSE(h.call("ChiusuraTracciaRib"));
   EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()") +
                           of(kT1, "Call ChiudiTracciaRib()") + unlinking(kT1) + of(kT1, "Release"));
-  EXPECT_FALSE(h.cn->ChiusuraTracciaRib());  // without a launcher: the event alone
+  EXPECT_FALSE(h.call("ChiusuraTracciaRib"));  // without a launcher: the event alone
   EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()"));
 }
 
@@ -285,13 +286,13 @@ TEST(ConnectEvents, ClosingCallsUnlinkTheLauncher) {
                 of("ev", "Event ChiusuraMovimentiContabilitàIndustriale()") + unlinking(kQ1) +
                 of(kQ1, "Callback ChiusuraMovimentiContabilitàIndustriale()"));
 
-  h.cn->Teminate();
+  h.call("Teminate");
   EXPECT_EQ(h.take(), of(kQ1,
                          "PutRef Plookup=Nothing; PutRef ActiveInterface=Nothing; "
                          "PutRef ConnectField=Nothing; Call Teminate(); Release"));
   EXPECT_EQ(h.cn->ActiveInterface, nullptr);
   EXPECT_EQ(h.cn->ConnectField, nullptr);
-  h.cn->Teminate();  // without a launcher there is nothing more to do
+  h.call("Teminate");  // without a launcher there is nothing more to do
   EXPECT_TRUE(h.take().empty());
 }
 
@@ -333,6 +334,31 @@ TEST(ConnectLifetime, ALauncherLetGoDuringItsOwnCallSurvivesTheCall) {
   EXPECT_TRUE(h.call("ExecNatureCosti"));  // the next launch makes a new launcher
   EXPECT_EQ(h.take().front(), kQuillane + "#2 Create");
 }
+
+TEST(ConnectLaunch, ARowNamingAnUnknownContextPropertyFailsAtRegistration) {
+  using namespace std::literals;
+  connect::Builder b("Test.Connect");
+  b.property("Ditta", &CLSCI_CONNECT::Ditta);
+  const connect::Launch known[] = {
+      {.name = "ExecKnown", .component = connect::Component::Quillane, .context = {"Ditta"sv}}};
+  const connect::Launch unknown[] = {
+      {.name = "ExecTypo", .component = connect::Component::Quillane, .context = {"Dita"sv}}};
+  EXPECT_NO_THROW(connect::registerLaunches(b, known));
+  EXPECT_THROW(connect::registerLaunches(b, unknown), std::logic_error);
+  // The component's own table resolves against the class's properties.
+  EXPECT_NE(CLSCI_CONNECT::registration().findMethod("ExecMovimentiCOIN"), nullptr);
+}
+
+// A registration gives one parameter description per declared argument;
+// a wrong count does not compile.
+template <class F, class... Specs>
+concept Registrable = requires(connect::Builder b, F f, Specs... specs) {
+  b.method("X", f, {specs...});
+};
+using TwoArguments = bool (*)(CLSCI_CONNECT&, int16_t, const Variant&);
+static_assert(Registrable<TwoArguments, ParamSpec, ParamSpec>);
+static_assert(!Registrable<TwoArguments, ParamSpec>);
+static_assert(!Registrable<TwoArguments, ParamSpec, ParamSpec, ParamSpec>);
 
 }  // namespace
 }  // namespace brelvane::testing

@@ -52,7 +52,7 @@ const std::string kDisabledAfter = lines(
 
 TEST_F(DecodeTest, NaturaCostoReadsTheDescriptionOfTheCompany) {
   dc->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"Code", 5}}}});
-  dc->NaturaCosto(edit, Variant::null());
+  call(*dc, "NaturaCosto", {edit, Variant::null()});
   expectDescriptor("PC04_DESCR");
   EXPECT_EQ(
       unpadded(dc->Str_Sql),
@@ -61,7 +61,7 @@ TEST_F(DecodeTest, NaturaCostoReadsTheDescriptionOfTheCompany) {
 }
 
 TEST_F(DecodeTest, ProviderContiBindsTheContextBeforeAskingForTheColumn) {
-  dc->ProviderConti(edit, 12);
+  call(*dc, "ProviderConti", {edit, 12});
   expectDescriptor("CI07_DESCRIZIONE");
   EXPECT_EQ(
       unpadded(dc->Str_Sql),
@@ -71,7 +71,7 @@ TEST_F(DecodeTest, ProviderContiBindsTheContextBeforeAskingForTheColumn) {
 }
 
 TEST_F(DecodeTest, AnAccountWithoutConnectionTriesBothChartsInTheDefaultLanguage) {
-  dc->AnagraficaPianoDeiConti(edit, 3, "A'1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A'1"});
   expectDescriptor("PC03_DESCR");
   EXPECT_EQ(unpadded(dc->Str_Sql), lines({" SELECT   ISNULL ((SELECT PC03_DESCR FROM "
                                           "FNPC03_ANAGPDC_COAN(3, 'A'1', NULL, 'ITA ' )),",
@@ -83,7 +83,7 @@ TEST_F(DecodeTest, AnAccountWithoutConnectionTriesBothChartsInTheDefaultLanguage
 TEST_F(DecodeTest, AnUnknownChartGivesAQueryWithoutRows) {
   dc->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"LanguageCode", "ENG"}}}});
   connect(std::nullopt);  // no row for the chart
-  dc->AnagraficaPianoDeiConti(edit, Variant::null(), "C1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, Variant::null(), "C1"});
   EXPECT_EQ(dc->Str_Sql, " SELECT * FROM PC03_ANAGPDC WHERE 1 = 2 ");
   EXPECT_EQ(executed(),
             (std::vector<Json>{{{"sql",
@@ -99,7 +99,7 @@ TEST_F(DecodeTest, AnIndustrialChartRestrictsTheAccountTypesOfTheCausalCodeAndSi
   dc->Causale = "C'7";
   dc->Segno = 2;
   dc->DataValiditaConti = Date{2026, 11, 22};
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(unpadded(dc->Str_Sql),
             " SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, 'ENG')\r\n"
             " WHERE     PC03_TIPOCONTOCI IN (1,4,10) AND   NOT EXISTS\r\n" +
@@ -118,7 +118,7 @@ TEST_F(DecodeTest, AnIndustrialChartOpensTheFilterItselfWhenNoTypeIsRestricted) 
   dc->Causale = "C7";
   dc->Segno = 1;
   dc->DataValiditaConti = "2026-11-22";
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(unpadded(dc->Str_Sql),
             " SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, '')\r\n"
             " WHERE NOT EXISTS\r\n" +
@@ -128,7 +128,7 @@ TEST_F(DecodeTest, AnIndustrialChartOpensTheFilterItselfWhenNoTypeIsRestricted) 
   // account-control query either.
   dc->DataValiditaConti = Variant::null();
   dc->Segno = 0;
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(dc->Str_Sql, " SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, '') \r\n");
   EXPECT_EQ(executed().size(), 3u);
 }
@@ -140,13 +140,13 @@ TEST_F(DecodeTest, OtherChartKindsIgnoreTheCausalCode) {
   dc->Segno = 1;
   dc->DataValiditaConti = Date{2026, 11, 22};
   connect(2);
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(
       unpadded(dc->Str_Sql),
       "SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, 'ITA')\r\n WHERE NOT EXISTS\r\n" +
           kDisabledAfter);
   connect(4);
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(dc->Str_Sql, "SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(3, 'A1', NULL, 'ITA') \r\n");
   for (const auto& e : executed())
     EXPECT_EQ(e["sql"].get<std::string>().find("CI11"), std::string::npos);
@@ -156,13 +156,13 @@ TEST_F(DecodeTest, FailuresEmptyTheQueryAndKeepTheDescriptorReached) {
   dc->ActiveInterface =
       world.host({{"kind", "host"}, {"company", {{"Code", 5}}}, {"fail", {"LanguageCode"}}});
   dc->Str_Sql = "previous";
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");  // fails before the descriptor
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});  // fails before the descriptor
   EXPECT_EQ(dc->Str_Sql, "");
   EXPECT_TRUE(dc->Arr_Fields.isEmpty());
 
   dc->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"Code", 5}}}});
   dc->Connessione = world.connection({{"kind", "connection"}, {"fail", {"Execute:PC01_DESCRPDC"}}});
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(dc->Str_Sql, "");
   expectDescriptor("PC03_DESCR");
 
@@ -171,7 +171,7 @@ TEST_F(DecodeTest, FailuresEmptyTheQueryAndKeepTheDescriptorReached) {
   dc->Causale = "C7";
   dc->Segno = 1;
   dc->DataValiditaConti = "not a date";
-  dc->AnagraficaPianoDeiConti(edit, 3, "A1");
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
   EXPECT_EQ(unpadded(dc->Str_Sql),
             " SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, '')\r\n WHERE     "
             "PC03_TIPOCONTOCI IN (1)");
@@ -179,7 +179,8 @@ TEST_F(DecodeTest, FailuresEmptyTheQueryAndKeepTheDescriptorReached) {
 
 TEST(DecodeLifecycle, TheUtilityObjectLivesAsLongAsTheInstance) {
   World world;
-  world.create<CLSCI_DECODE>()->NaturaCosto(nullptr, 1);  // no host: fails quietly
+  call(*world.create<CLSCI_DECODE>(), "NaturaCosto",
+       {Variant::nothing(), 1});  // no host: fails quietly
   EXPECT_EQ(world.ops("utility#1"), (std::vector<std::string>{"Create", "Initialise", "Release"}));
 
   World broken(Json{{"fail", {"Initialise"}}});

@@ -73,6 +73,11 @@ inline std::string unpadded(const std::string& text) {
   return cli::withoutLineEndBlanks(text);
 }
 
+/// Calls a member by name, as a host does.
+inline Variant call(Dispatch& object, std::string_view name, std::vector<Variant> args = {}) {
+  return object.invoke(name, args);
+}
+
 /// The number of the AutomationError `f` raises, or 0 when it raises none.
 template <class F>
 int errorOf(F&& f) {

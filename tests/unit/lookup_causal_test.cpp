@@ -29,13 +29,13 @@ struct CausalLookup : ::testing::Test {
 
 TEST_F(CausalLookup, LayoutFollowsCompanyMode) {
   useHost({{"Code", 7}, {"CompanyMode", 2}});
-  lookup->CausaliContabilitàIndustriale();
+  call(*lookup, "CausaliContabilitàIndustriale");
   EXPECT_EQ(captions(lookup->Arr_Fields).size(), 21u);
   EXPECT_EQ(selectColumns(), 21u);
   EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PSCauCont"));
   for (Json mode : {Json(1), Json(nullptr), Json("2x")}) {
     useHost({{"Code", 5}, {"CompanyMode", mode}});
-    lookup->CausaliContabilitàIndustriale();
+    call(*lookup, "CausaliContabilitàIndustriale");
     EXPECT_EQ(captions(lookup->Arr_Fields).size(), 12u) << mode;
     EXPECT_EQ(selectColumns(), 12u);
     EXPECT_EQ(captions(lookup->Arr_Fields)[3], "Tipo proposta costo");
@@ -64,7 +64,7 @@ TEST_F(CausalLookup, MaskSelectsMovementTypes) {
     const std::string in = " WHERE CI03_CAUSALI.CI03_INDTIPOMOVDATI IN (" + c.values + ")";
     const std::string from = " FROM    CI03_CAUSALI    WITH(NOLOCK)\r\n";
 
-    lookup->CausaliPerTipoMovimentazione(c.mask);
+    call(*lookup, "CausaliPerTipoMovimentazione", {c.mask});
     EXPECT_TRUE(
         lookup->Str_Sql.ends_with(from + (c.values.empty() ? "" : in) + " ORDER BY CI03_CODCAUS"))
         << c.mask;
@@ -73,7 +73,7 @@ TEST_F(CausalLookup, MaskSelectsMovementTypes) {
     EXPECT_EQ(selectColumns(), 12u);
     EXPECT_EQ(lookup->IDLookup, Variant("Lkp_CauCont"));
 
-    lookup->CausaliPerTipoMovimentazioneANumerazioneAutomatica(c.mask);
+    call(*lookup, "CausaliPerTipoMovimentazioneANumerazioneAutomatica", {c.mask});
     EXPECT_TRUE(lookup->Str_Sql.ends_with(from +
                                           (c.values.empty()
                                                ? " WHERE CI03_CAUSALI.CI03_FLGNUMAUTOM = 1"
@@ -86,15 +86,15 @@ TEST_F(CausalLookup, MaskSelectsMovementTypes) {
 
 TEST_F(CausalLookup, WithoutActiveInterfaceOnlyStrSqlIsEmptied) {
   useHost({{"CompanyMode", 1}});
-  lookup->CausaliContabilitàIndustriale();
+  call(*lookup, "CausaliContabilitàIndustriale");
   const Variant fields = lookup->Arr_Fields;
   lookup->ActiveInterface = nullptr;
   world.log.clear();
-  lookup->CausaliContabilitàIndustriale();
+  call(*lookup, "CausaliContabilitàIndustriale");
   EXPECT_EQ(lookup->Str_Sql, "");
-  lookup->CausaliPerTipoMovimentazione(15);
+  call(*lookup, "CausaliPerTipoMovimentazione", {15});
   EXPECT_EQ(lookup->Str_Sql, "");
-  lookup->CausaliPerTipoMovimentazioneANumerazioneAutomatica(15);
+  call(*lookup, "CausaliPerTipoMovimentazioneANumerazioneAutomatica", {15});
   EXPECT_EQ(lookup->Str_Sql, "");
   EXPECT_EQ(lookup->Arr_Fields, fields);
   EXPECT_EQ(lookup->Str_Caption, "Msg'74726");
@@ -106,19 +106,19 @@ TEST_F(CausalLookup, FailuresEmptyStrSqlAndKeepWhatWasWritten) {
   // The setting cannot be read: nothing but Str_Sql changes.
   useHost({{"CompanyMode", 2}}, Json::array({"CompanyMode"}));
   lookup->IDLookup = Variant("Lkp_Before");
-  lookup->CausaliContabilitàIndustriale();
+  call(*lookup, "CausaliContabilitàIndustriale");
   EXPECT_EQ(lookup->Str_Sql, "");
   EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
 
   // A name of the caption fails before Arr_Fields is written.
   useHost(Json::object(), Json::array({"GetMessageText:36548"}));
-  lookup->CausaliPerTipoMovimentazione(2);
+  call(*lookup, "CausaliPerTipoMovimentazione", {2});
   EXPECT_EQ(lookup->Str_Sql, "");
   EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
 
   // A label inside the SQL fails after Arr_Fields, before the caption.
   useHost(Json::object(), Json::array({"GetMessageText:49727"}));
-  lookup->CausaliPerTipoMovimentazione(1);
+  call(*lookup, "CausaliPerTipoMovimentazione", {1});
   EXPECT_EQ(lookup->Str_Sql, "");
   EXPECT_EQ(captions(lookup->Arr_Fields).size(), 12u);
   EXPECT_EQ(lookup->Str_Caption, "");
@@ -128,7 +128,7 @@ TEST_F(CausalLookup, FailuresEmptyStrSqlAndKeepWhatWasWritten) {
 TEST_F(CausalLookup, LabelsGoThroughPrepareSqlTextAndNamesDoNot) {
   lookup->ActiveInterface =
       world.host({{"kind", "host"}, {"messages", {{"55020", "Std'x"}, {"16572", "Costo'"}}}});
-  lookup->CausaliPerTipoMovimentazione(1);
+  call(*lookup, "CausaliPerTipoMovimentazione", {1});
   EXPECT_EQ(lookup->Str_Caption, "Msg'74785 Std'x");
   EXPECT_NE(lookup->Str_Sql.find("THEN 'Costo''' \r\n"), std::string::npos);
   EXPECT_NE(lookup->Str_Sql.find("THEN 'Std''x' \r\n"), std::string::npos);

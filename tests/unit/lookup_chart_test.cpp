@@ -49,7 +49,7 @@ struct ChartLookup : ::testing::Test {
 
 TEST_F(ChartLookup, IntermediPDCCoGe2OnlyEmptiesStrSql) {
   useHost({{"Code", 12}});
-  lookup->AnagraficaInsiemiRibaltamenti(Variant::missing());
+  call(*lookup, "AnagraficaInsiemiRibaltamenti", {Variant::missing()});
   const Variant fields = lookup->Arr_Fields;
   world.log.clear();
   std::vector<Variant> args{Variant(int32_t{12}), Variant("1")};  // fintLivello left out
@@ -65,7 +65,7 @@ TEST_F(ChartLookup, IntermediPDCCoGe2OnlyEmptiesStrSql) {
 
 TEST_F(ChartLookup, AccountsWithoutConnectionUseTheGeneralLayout) {
   lookup->Str_Caption = "kept";
-  lookup->AnagraficaPianoDeiConti(Variant(int32_t{4}));  // no host either
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{4})});  // no host either
   EXPECT_EQ(captions(lookup->Arr_Fields), (std::vector<std::string>{"Conto", "Descrizione"}));
   EXPECT_EQ(lookup->IDLookup, Variant("Lkp_AnagraficaPdC"));
   EXPECT_EQ(lookup->Str_Caption, "kept");
@@ -74,7 +74,7 @@ TEST_F(ChartLookup, AccountsWithoutConnectionUseTheGeneralLayout) {
   EXPECT_TRUE(has(" WHERE    PC03_CODICE_PC01 = 4\r\n ORDER BY PC03_CONTO\r\n"));
 
   useHost({{"LanguageCode", "ENG"}});
-  lookup->AnagraficaPianoDeiConti(Variant::null());
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant::null()});
   EXPECT_FALSE(has("<LINGUA>") || has("'ITA '"));
   EXPECT_TRUE(has("NULL, 'ENG' )),") && has("NULL, 'ENG' ))\r\n"));
   EXPECT_TRUE(has(" WHERE    PC03_CODICE_PC01 = 0\r\n"));
@@ -83,7 +83,7 @@ TEST_F(ChartLookup, AccountsWithoutConnectionUseTheGeneralLayout) {
 TEST_F(ChartLookup, AccountsReadTheChartKindFirst) {
   useHost({{"LanguageCode", "ITA"}});
   useChartOfKind(4);
-  lookup->AnagraficaPianoDeiConti(Variant("9"));
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant("9")});
   const auto& entries = world.log.entries();
   auto query = std::find_if(entries.begin(), entries.end(),
                             [](const Json& e) { return e["object"] == "db"; });
@@ -100,7 +100,7 @@ TEST_F(ChartLookup, AccountsOfAnUnknownChartOrKind) {
   useHost({{"LanguageCode", "ITA"}});
   lookup->IDLookup = Variant("Lkp_Before");
   useChartOfKind(std::nullopt);  // not in the register
-  lookup->AnagraficaPianoDeiConti(Variant(int32_t{9}));
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{9})});
   EXPECT_EQ(lookup->Str_Sql, "SELECT * FROM PC03_ANAGPDC WITH(NOLOCK) WHERE 1 = 2");
   EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
   EXPECT_EQ(lookup->IDLookup, Variant("Lkp_Before"));
@@ -108,7 +108,7 @@ TEST_F(ChartLookup, AccountsOfAnUnknownChartOrKind) {
   // A kind without a layout composes nothing and keeps the other outputs.
   for (Json kind : {Json(0), Json(7), Json(-3), Json(nullptr)}) {
     useChartOfKind(kind);
-    lookup->AnagraficaPianoDeiConti(Variant(int32_t{9}));
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{9})});
     EXPECT_EQ(lookup->Str_Sql, "") << kind;
     EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
     EXPECT_EQ(lookup->IDLookup, Variant("Lkp_Before"));
@@ -119,13 +119,13 @@ TEST_F(ChartLookup, ReclassificationChartsUseTheirBuildersInOrder) {
   for (int kind = 3; kind <= 6; ++kind) {
     lookup->ActiveInterface = nullptr;
     useChartOfKind(kind);
-    lookup->AnagraficaPianoDeiConti(Variant(int32_t{2}));
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{2})});
     EXPECT_TRUE(has("FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, 'ITA ')) AS"));
     EXPECT_FALSE(has("CASE"));  // no host: every builder yields ""
     EXPECT_EQ(captions(lookup->Arr_Fields).size(), 7u);
 
     useHost({{"LanguageCode", "DEU"}, {"CompanyMode", 2}});
-    lookup->AnagraficaPianoDeiConti(Variant(int32_t{2}));
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{2})});
     EXPECT_TRUE(has("NULL, 'DEU')) AS PC03_DESCR"));
     size_t last = 0;
     for (std::string_view column :
@@ -160,7 +160,7 @@ TEST_F(ChartLookup, IndustrialAndSpendingChartsFollowTheStatusGate) {
       useHost({{"Code", 5}, {"LanguageCode", "ITA"}, {"CompanyMode", c.mode}});
       useChartOfKind(kind);
       lookup->DataValiditaConti = c.date;
-      lookup->AnagraficaPianoDeiConti(Variant("20"));
+      call(*lookup, "AnagraficaPianoDeiConti", {Variant("20")});
       SCOPED_TRACE("kind " + std::to_string(kind) + " mode " + c.mode.dump());
 
       const auto shown = captions(lookup->Arr_Fields);
@@ -200,12 +200,12 @@ TEST_F(ChartLookup, IndustrialAndSpendingChartsFollowTheStatusGate) {
 TEST_F(ChartLookup, AccountFailuresEmptyStrSql) {
   useHost({{"LanguageCode", "ITA"}});
   useChartOfKind(4, Json::array({"Execute:PC01_DESCRPDC"}));
-  lookup->AnagraficaPianoDeiConti(Variant(int32_t{1}));
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{1})});
   EXPECT_EQ(lookup->Str_Sql, "");
 
   useHost(Json::object(), Json::array({"LanguageCode"}));
   lookup->Connessione = nullptr;
-  lookup->AnagraficaPianoDeiConti(Variant(int32_t{1}));
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{1})});
   EXPECT_EQ(lookup->Str_Sql, "");
   EXPECT_TRUE(lookup->Arr_Fields.isEmpty());  // failed before any layout
 }

@@ -30,7 +30,7 @@ class ObjectFactory {
   /// Creates and casts to an interface; raises 13 when the object lacks it.
   template <class T>
   std::shared_ptr<T> createAs(std::string_view progId) {
-    return detail::toObject<T>(Variant(create(progId)));
+    return objectAs<T>(Variant(create(progId)));
   }
 
   struct Entry {

@@ -40,19 +40,23 @@ enum MaskTipoMovimentazione : int32_t {
   MovRipartizioneCosti = 8,
 };
 
-namespace connect {
-struct Launch;
+namespace internal {
+struct Access;
 }
 
-class CLSCI_CONNECT final : public AutomationObject<CLSCI_CONNECT>,
-                            public ConnectionPointContainer {
+/// The launch methods (Exec..., ApriTracciaRibaltamenti, ...) and the calls
+/// the launcher makes back (TransferData, the closing methods) are called by
+/// name (`invoke`); `brelvane list` shows them.
+class CLSCI_CONNECT final : public Dispatch, public ConnectionPointContainer {
   struct Key {
     explicit Key() = default;
   };
 
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_CONNECT";
+  /// The class description: context properties, methods, events, enumerations.
   static const ClassInfo& registration();
+  const ClassInfo* classInfo() const override { return &registration(); }
 
   /// Creates an instance and returns the caller's reference to it; when the
   /// last copy of that reference goes, the release sequence runs.
@@ -110,74 +114,20 @@ class CLSCI_CONNECT final : public AutomationObject<CLSCI_CONNECT>,
   int16_t ProviderCausale = 0;                          ///< causal-code provider
   std::shared_ptr<Dispatch> ConnectField;               ///< the caller's field object (write-only)
 
-  // ---- Called back by the launcher; each raises its event ----
-  /// Raises TransferData; the handlers' changes to Cancel and
-  /// tsCalledProgram come back to the launcher.
-  void TransferData(bool& Cancel, const Variant& Data, int32_t& tsCalledProgram);
-  /// Raises its event, then unlinks the launcher and calls its Terminate.
-  void ChiusuraMovimentiContabilitàIndustriale();
-  /// Raises its event; a handler's change of the code comes back.
-  void ChiusuraSelezioneCausaleCoIn(Variant& CausaleCoInSelezionata);
-  /// Drops this object's links and those of the launcher, calls the
-  /// launcher's Teminate and lets it go.
-  void Teminate();
-
-  // ---- Launch methods: True when the launcher's method was called ----
-  bool ExecAnagraficaPdC();
-  bool ExecCausaliCOIN();
-  bool ExecGestioneCorrelazioniPS();
-  bool ExecMovimentiCOINSemplificata();
-  bool ExecQuadratura();
-  bool ExecVisualizzazioneUltimoMovimentoCOINSemplificataGenerato();
-  bool ExecStampaCD();
-  bool ExecProviderCausali();
-  /// Opens an allocation trace; Modale goes to the launcher by reference.
-  bool ApriTracciaRibaltamenti(bool& Modale);
-  bool ExecCodiciPdC();
-  bool ExecNatureCosti();
-  bool ExecPropostaSezionale(const Variant& fvarCodiceCausale);
-  bool ExecConfigurazionePdC();
-  bool ExecClassi();
-  bool ExecConfigurazioneEntità();
-  bool ExecModelli();
-  bool ExecConfigurazioneModelli();
-  bool ExecMovimentiCOIN();
-  bool ExecVisualizzazioneUltimoMovimentoGenerato();
-  bool ExecStampaPianoDeiConti();
-  bool ExecSelezioneCausaleCOIN();
-  bool ExecRicerca();
-  bool ExecSchedaConto();
-  bool ExecCostDriver();
-  bool ExecProviderConti();
-  bool ExecProviderCOGE();
-  /// Shows another line of the open trace; needs the launcher already made.
-  bool VisualizzaTracciaRib();
-  /// Raises ChiusuraTracciaRibaltamenti and ends the launcher; always False.
-  bool ChiusuraTracciaRib();
-
   // ---- Outgoing events ----
   int32_t Advise(const std::shared_ptr<Dispatch>& sink) override;
   void Unadvise(int32_t cookie) override;
 
  private:
-  /// The release sequence, run when the caller's last reference goes.
-  void release() noexcept;
-  /// Delivers an event to every connected sink, in order of connection.
-  void raise(std::string_view event, std::span<Variant> args);
-  /// The common launch sequence for one row of the launch table.
-  bool launch(const connect::Launch& row, std::span<Variant> args = {});
-  /// The launcher, created (and linked to this object) when there is none.
-  std::shared_ptr<Dispatch> launcherFor(const connect::Launch& row);
-  /// Sets the launcher's ConnectField, ActiveInterface and Plookup to
-  /// nothing and calls its Terminate.
-  static void unlink(Dispatch& launcher);
-
-  ObjectFactory& factory_;
-  std::weak_ptr<CLSCI_CONNECT> self_;  ///< the count the launcher's Plookup shares
-  std::shared_ptr<UtilityObject> utility_;
-  std::shared_ptr<Dispatch> launcher_;
-  std::vector<std::pair<int32_t, std::shared_ptr<Dispatch>>> sinks_;
-  int32_t nextCookie_ = 1;
+  friend struct internal::Access;
+  struct {
+    ObjectFactory* factory = nullptr;
+    std::weak_ptr<CLSCI_CONNECT> self;  ///< the count the launcher's Plookup shares
+    std::shared_ptr<UtilityObject> utility;
+    std::shared_ptr<Dispatch> launcher;
+    std::vector<std::pair<int32_t, std::shared_ptr<Dispatch>>> sinks;
+    int32_t nextCookie = 1;
+  } private_;
 };
 
 }  // namespace brelvane

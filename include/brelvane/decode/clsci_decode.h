@@ -21,14 +21,18 @@
 
 namespace brelvane {
 
-namespace decode {
-class Frame;
+namespace internal {
+struct Access;
 }
 
-class CLSCI_DECODE final : public AutomationObject<CLSCI_DECODE> {
+/// Every decoder is called by name (`invoke`); `brelvane list` shows them
+/// with their parameters.
+class CLSCI_DECODE final : public Dispatch {
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_DECODE";
+  /// The class description: properties and decoders.
   static const ClassInfo& registration();
+  const ClassInfo* classInfo() const override { return &registration(); }
 
   /// Creates and initialises the instance's utility object through
   /// `factory`; creation errors are ignored (decodes then fail).
@@ -48,23 +52,11 @@ class CLSCI_DECODE final : public AutomationObject<CLSCI_DECODE> {
   int32_t TipoDecodePdC = 0;                       ///< kind of chart decoding asked for
   Variant DataValiditaConti = Variant::null();     ///< accounts disabled by then are not decoded
 
-  // ---- Decoders ----
-  /// Cost nature: PC04_DESCR of PC04_NATURECOSTI.
-  void NaturaCosto(const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodiceNaturaCosto);
-  /// Account provider: the description column the utility object names.
-  void ProviderConti(const std::shared_ptr<Dispatch>& TextEdit, int16_t fintCodiceProvider);
-  /// Account of a chart: the analytic or general description, by the kind
-  /// of the chart read over Connessione (both tried when it is unset).
-  void AnagraficaPianoDeiConti(const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodicePdC,
-                               const Variant& Conto);
-
  private:
-  friend class decode::Frame;
-  std::shared_ptr<UtilityObject> utility_;
-
-  /// Runs one decoder body under the error convention.
-  template <class Body>
-  void compose(Body&& body) noexcept;
+  friend struct internal::Access;
+  struct {
+    std::shared_ptr<UtilityObject> utility;
+  } private_;
 };
 
 }  // namespace brelvane

@@ -18,14 +18,18 @@
 
 namespace brelvane {
 
-namespace lookup {
-class Frame;
+namespace internal {
+struct Access;
 }
 
-class CLSCI_LOOKUP final : public AutomationObject<CLSCI_LOOKUP> {
+/// Every lookup method is called by name (`invoke`); `brelvane list`
+/// shows them with their parameters.
+class CLSCI_LOOKUP final : public Dispatch {
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_LOOKUP";
+  /// The class description: properties and lookup methods.
   static const ClassInfo& registration();
+  const ClassInfo* classInfo() const override { return &registration(); }
 
   /// Creates the instance's utility object through `factory`; creation
   /// errors are ignored (later lookups then fail and leave Str_Sql "").
@@ -46,47 +50,12 @@ class CLSCI_LOOKUP final : public AutomationObject<CLSCI_LOOKUP> {
   Variant Causale;                                 ///< causal code filter
   Variant DataValiditaConti = Variant::null();     ///< reference date for disabled accounts
 
-  // ---- Code tables ----
-  void NatureCosti();
-  void ProvenienzeCosti();
-  void TipiContiCoin();
-  void TipiAttivita();
-  void VariabilitaCosti();
-  void NatureCausali();
-  void TipoCliFor();
-  void StatoRegCogeCoin();
-
-  // ---- Charts of accounts ----
-  /// The charts of the kind TipoLookupPdC selects (0 to 9).
-  void PianoDeiConti();
-  /// The rollover sets of the current company, sorted by CampoOrdinamento
-  /// (default CI58_CODICE).
-  void AnagraficaInsiemiRibaltamenti(const Variant& CampoOrdinamento);
-  /// Empty on purpose: only sets Str_Sql to "".
-  void AnagraficaIntermediPDCCoGe2(int32_t flngCodiceDitta, const Variant& CodicePdC,
-                                   int16_t fintLivello);
-  /// The class correlations of one chart.
-  void ClassiCorrelate(const Variant& CodicePdC);
-  /// The accounts of one chart, laid out by the chart's kind (read over
-  /// Connessione first).
-  void AnagraficaPianoDeiConti(const Variant& CodicePdC);
-
-  // ---- Causal codes ----
-  /// Every causal code; the project layout when CompanyMode is 2.
-  void CausaliContabilitàIndustriale();
-  /// The causal codes of the movement types the mask selects.
-  void CausaliPerTipoMovimentazione(int16_t fintMaskTipoMovimentazione);
-  /// As CausaliPerTipoMovimentazione, automatic numbering only.
-  void CausaliPerTipoMovimentazioneANumerazioneAutomatica(int16_t fintMaskTipoMovimentazione);
-
  private:
-  friend class lookup::Frame;
-  std::shared_ptr<UtilityObject> utility_;
-  Variant languageCode_;  ///< replaces <LINGUA>; set by the chart-of-accounts lookups
-
-  /// Runs one lookup body under the error convention.
-  template <class Body>
-  void compose(Body&& body) noexcept;
+  friend struct internal::Access;
+  struct {
+    std::shared_ptr<UtilityObject> utility;
+    Variant languageCode;  ///< replaces <LINGUA>; set by the chart-of-accounts lookups
+  } private_;
 };
 
 }  // namespace brelvane

@@ -1,0 +1,306 @@
+#pragma once
+// Registration tables: a class describes its members once, in the style of
+// pybind11, and by-name access, argument conversion and listings come from
+// that description.
+//
+//   ClassBuilder<CLSCI_LOOKUP> b("Brelvane.CLSCI_LOOKUP");
+//   b.property("Str_Sql", &CLSCI_LOOKUP::Str_Sql)
+//    .method("ClassiCorrelate", fn, {arg("CodicePdC")}, "correlated classes")
+//    .method("NatureCosti", fn, "cost natures");
+//
+// A method is any callable taking the object (T&) and then its declared
+// arguments: a member function pointer, a function pointer, a lambda, a
+// lambda capturing the row of a family table. The C++ type of each argument
+// gives its automation type (int16_t Integer, int32_t Long, std::string
+// String, Variant Variant, shared_ptr<I> Object); a non-const lvalue
+// reference makes it by-reference. There is one parameter description per
+// argument, checked when the registration compiles.
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "brelvane/automation/dispatch.h"
+
+namespace brelvane {
+
+/// Parameter descriptions given at registration.
+struct ParamSpec {
+  std::string name;
+  bool optional = false;
+  Variant defaultValue = Variant::missing();
+  std::string typeName;  ///< overrides the name derived from the C++ type
+};
+inline ParamSpec arg(std::string name, std::string typeName = {}) {
+  return {std::move(name), false, Variant::missing(), std::move(typeName)};
+}
+inline ParamSpec opt(std::string name, Variant defaultValue = Variant::missing()) {
+  return {std::move(name), true, std::move(defaultValue), {}};
+}
+
+namespace detail {
+
+template <class T>
+struct is_shared_ptr : std::false_type {};
+template <class T>
+struct is_shared_ptr<std::shared_ptr<T>> : std::true_type {};
+
+/// Conversion between a declared C++ type and Variants.
+template <class T>
+struct Conv;
+template <>
+struct Conv<Variant> {
+  static constexpr ParamType type = ParamType::Variant;
+  static Variant from(const Variant& v) { return v; }
+  static Variant to(const Variant& v) { return v; }
+};
+template <>
+struct Conv<bool> {
+  static constexpr ParamType type = ParamType::Boolean;
+  static bool from(const Variant& v) { return toBool(v); }
+  static Variant to(bool v) { return Variant(v); }
+};
+template <>
+struct Conv<int16_t> {
+  static constexpr ParamType type = ParamType::Integer;
+  static int16_t from(const Variant& v) { return toInteger(v); }
+  static Variant to(int16_t v) { return Variant(v); }
+};
+template <>
+struct Conv<int32_t> {
+  static constexpr ParamType type = ParamType::Long;
+  static int32_t from(const Variant& v) { return toLong(v); }
+  static Variant to(int32_t v) { return Variant(v); }
+};
+template <>
+struct Conv<double> {
+  static constexpr ParamType type = ParamType::Double;
+  static double from(const Variant& v) { return toDouble(v); }
+  static Variant to(double v) { return Variant(v); }
+};
+template <>
+struct Conv<std::string> {
+  static constexpr ParamType type = ParamType::String;
+  static std::string from(const Variant& v) { return toText(v); }
+  static Variant to(const std::string& v) { return Variant(v); }
+};
+template <class T>
+struct Conv<std::shared_ptr<T>> {
+  static constexpr ParamType type = ParamType::Object;
+  static std::shared_ptr<T> from(const Variant& v) { return objectAs<T>(v); }
+  static Variant to(const std::shared_ptr<T>& v) { return Variant(std::shared_ptr<Dispatch>(v)); }
+};
+
+/// How one declared parameter receives its argument slot.
+template <class A>
+struct ArgPass {
+  using Bare = std::remove_cvref_t<A>;
+  static constexpr bool byRef =
+      std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
+  static constexpr ParamType type = Conv<Bare>::type;
+};
+
+/// Holds a converted argument for the duration of a call, writing a
+/// by-reference value back into its slot afterwards.
+template <class A>
+class ArgHolder {
+  using Bare = std::remove_cvref_t<A>;
+
+ public:
+  explicit ArgHolder(Variant& slot) : slot_(slot) {
+    if constexpr (!std::is_same_v<Bare, Variant>) value_ = Conv<Bare>::from(slot);
+  }
+  A get() {
+    if constexpr (std::is_same_v<Bare, Variant>) {
+      if constexpr (ArgPass<A>::byRef)
+        return slot_;
+      else
+        return static_cast<const Variant&>(slot_);  // copies, or binds a const&
+    } else {
+      return value_;
+    }
+  }
+  void writeBack() {
+    if constexpr (ArgPass<A>::byRef && !std::is_same_v<Bare, Variant>)
+      slot_ = Conv<Bare>::to(value_);
+  }
+
+ private:
+  Variant& slot_;
+  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant>, std::monostate, Bare>
+      value_{};
+};
+
+/// The signature of a registered callable: its result and its declared
+/// arguments after the object.
+template <class R, class... A>
+struct Signature {
+  using Result = R;
+  using Args = std::tuple<A...>;
+  static constexpr size_t arity = sizeof...(A);
+};
+
+template <class T, class F, class = void>
+struct CallableOf;
+template <class T, class R, class... A>
+struct CallableOf<T, R (T::*)(A...)> : Signature<R, A...> {};
+template <class T, class R, class... A>
+struct CallableOf<T, R (*)(T&, A...)> : Signature<R, A...> {};
+template <class T, class C, class R, class... A>
+struct CallableOf<T, R (C::*)(T&, A...) const> : Signature<R, A...> {};
+template <class T, class C, class R, class... A>
+struct CallableOf<T, R (C::*)(T&, A...) const noexcept> : Signature<R, A...> {};
+template <class T, class C, class R, class... A>
+struct CallableOf<T, R (C::*)(T&, A...)> : Signature<R, A...> {};
+template <class T, class F>
+struct CallableOf<T, F, std::void_t<decltype(&F::operator())>>
+    : CallableOf<T, decltype(&F::operator())> {};
+
+template <class T, class F>
+using CallableSignature = CallableOf<T, std::decay_t<F>>;
+
+/// Calls `fn` with the object and the converted arguments, writes the
+/// by-reference ones back, and returns the result as a Variant.
+template <class T, class F, class R, class... A, size_t... I>
+Variant callWith(T& self, F& fn, std::span<Variant> args, std::tuple<A...>*,
+                 std::index_sequence<I...>) {
+  [[maybe_unused]] std::tuple<ArgHolder<A>...> holders{ArgHolder<A>(args[I])...};
+  (void)args;
+  if constexpr (std::is_void_v<R>) {
+    std::invoke(fn, self, std::get<I>(holders).get()...);
+    (std::get<I>(holders).writeBack(), ...);
+    return Variant();
+  } else {
+    R result = std::invoke(fn, self, std::get<I>(holders).get()...);
+    (std::get<I>(holders).writeBack(), ...);
+    return Conv<std::remove_cvref_t<R>>::to(result);
+  }
+}
+
+/// The declared types and by-reference flags of a signature's arguments.
+template <class... A>
+std::array<std::pair<ParamType, bool>, sizeof...(A)> paramKinds(std::tuple<A...>*) {
+  return {std::pair{ArgPass<A>::type, ArgPass<A>::byRef}...};
+}
+
+}  // namespace detail
+
+/// Access of a property: get, put (by value), putRef (by reference).
+struct Access {
+  bool get = true, put = true, putRef = false;
+};
+inline constexpr Access kReadWrite{true, true, false};
+inline constexpr Access kReadWriteRef{true, true, true};
+inline constexpr Access kReadRef{true, false, true};
+inline constexpr Access kWriteRefOnly{false, false, true};
+
+template <class T>
+class ClassBuilder {
+ public:
+  explicit ClassBuilder(std::string progId, std::string doc = {}) {
+    info_.progId = std::move(progId);
+    info_.doc = std::move(doc);
+  }
+
+  /// A property backed by a field; access defaults by type: Variants get,
+  /// put and putRef; objects get and putRef; everything else get and put.
+  template <class F>
+  ClassBuilder& property(std::string name, F T::*field, std::string typeName = {},
+                         std::optional<Access> access = {}, std::string doc = {}) {
+    PropertyInfo p;
+    p.name = std::move(name);
+    p.type = detail::Conv<F>::type;
+    p.typeName = typeName.empty() ? std::string(paramTypeName(p.type)) : std::move(typeName);
+    Access a = access ? *access
+                      : (std::is_same_v<F, Variant>        ? kReadWriteRef
+                         : detail::is_shared_ptr<F>::value ? kReadRef
+                                                           : kReadWrite);
+    p.canGet = a.get;
+    p.canPut = a.put;
+    p.canPutRef = a.putRef;
+    p.doc = std::move(doc);
+    p.getter = [field](Dispatch& self) {
+      return detail::Conv<F>::to(static_cast<T&>(self).*field);
+    };
+    p.setter = [field](Dispatch& self, const Variant& v) {
+      static_cast<T&>(self).*field = detail::Conv<F>::from(v);
+    };
+    info_.properties.push_back(std::move(p));
+    return *this;
+  }
+
+  /// A method with parameters, one description per declared argument.
+  template <class F, size_t N>
+  requires(detail::CallableSignature<T, F>::arity == N) ClassBuilder& method(std::string name, F fn,
+                                                                             ParamSpec (&&specs)[N],
+                                                                             std::string doc = {}) {
+    return add(std::move(name), std::move(fn), std::span<ParamSpec>(specs), std::move(doc));
+  }
+
+  /// A method without parameters.
+  template <class F>
+  requires(detail::CallableSignature<T, F>::arity == 0) ClassBuilder& method(std::string name, F fn,
+                                                                             std::string doc = {}) {
+    return add(std::move(name), std::move(fn), std::span<ParamSpec>(), std::move(doc));
+  }
+
+  ClassBuilder& event(std::string name, std::vector<ParamInfo> params = {}) {
+    info_.events.push_back({std::move(name), std::move(params)});
+    return *this;
+  }
+
+  ClassBuilder& enumeration(std::string name,
+                            std::vector<std::pair<std::string, int32_t>> members) {
+    info_.enums.push_back({std::move(name), std::move(members)});
+    return *this;
+  }
+
+  /// The properties registered so far, for rows that refer to them.
+  const std::vector<PropertyInfo>& properties() const { return info_.properties; }
+
+  ClassInfo build() { return std::move(info_); }
+
+ private:
+  template <class F>
+  ClassBuilder& add(std::string name, F fn, std::span<ParamSpec> specs, std::string doc) {
+    using Sig = detail::CallableSignature<T, F>;
+    using R = typename Sig::Result;
+    using Args = typename Sig::Args;
+    MethodInfo m;
+    m.name = std::move(name);
+    m.doc = std::move(doc);
+    if constexpr (!std::is_void_v<R>) m.result = detail::Conv<std::remove_cvref_t<R>>::type;
+    const auto kinds = detail::paramKinds(static_cast<Args*>(nullptr));
+    for (size_t i = 0; i < specs.size(); ++i) {
+      ParamInfo p;
+      p.name = std::move(specs[i].name);
+      p.type = kinds[i].first;
+      p.typeName =
+          specs[i].typeName.empty() ? std::string(paramTypeName(p.type)) : specs[i].typeName;
+      p.byRef = kinds[i].second;
+      p.optional = specs[i].optional;
+      p.defaultValue = std::move(specs[i].defaultValue);
+      m.params.push_back(std::move(p));
+    }
+    m.call = [fn = std::move(fn)](Dispatch& self, std::span<Variant> args) mutable {
+      return detail::callWith<T, F, R>(static_cast<T&>(self), fn, args, static_cast<Args*>(nullptr),
+                                       std::make_index_sequence<Sig::arity>{});
+    };
+    info_.methods.push_back(std::move(m));
+    return *this;
+  }
+
+  ClassInfo info_;
+};
+
+}  // namespace brelvane

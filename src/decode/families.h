@@ -1,0 +1,13 @@
+#pragma once
+// The decoder families. Each registers its members, in its own file; the
+// class lists the families once (clsci_decode.cpp), in interface order.
+
+#include "decode/frame.h"
+
+namespace brelvane::decode {
+
+void registerSingleTables(Builder& b);
+void registerProviders(Builder& b);
+void registerChartOfAccounts(Builder& b);
+
+}  // namespace brelvane::decode

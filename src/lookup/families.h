@@ -1,0 +1,13 @@
+#pragma once
+// The lookup families. Each registers its members, in its own file; the
+// class lists the families once (clsci_lookup.cpp), in interface order.
+
+#include "lookup/frame.h"
+
+namespace brelvane::lookup {
+
+void registerCodeTables(Builder& b);
+void registerChartOfAccounts(Builder& b);
+void registerCausalCodes(Builder& b);
+
+}  // namespace brelvane::lookup
