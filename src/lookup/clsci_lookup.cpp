@@ -31,8 +31,14 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
         .property("DataValiditaConti", &T::DataValiditaConti, {}, {},
                   "reference date for disabled accounts (Null: none)");
     // The lookup families, in interface order.
-    for (auto family :
-         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes})
+    for (auto family : {
+             lookup::registerCodeTables,
+             lookup::registerChartOfAccounts,
+             lookup::registerCausalCodes,
+             lookup::registerAllocations,
+             lookup::registerProcessingRuns,
+             lookup::registerCostSheets,
+         })
       family(b);
     return b.build();
   }();

@@ -9,5 +9,8 @@ namespace brelvane::lookup {
 void registerCodeTables(Builder& b);
 void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
+void registerAllocations(Builder& b);
+void registerProcessingRuns(Builder& b);
+void registerCostSheets(Builder& b);
 
 }  // namespace brelvane::lookup
