@@ -27,7 +27,7 @@ AutomationError AutomationError::of(int32_t number, std::string detail) {
       text = "Invalid use of Null";
       break;
     case err::kCannotCreate:
-      text = "ActiveX component can't create object";
+      text = "Cannot create an object of that class";
       break;
     case err::kUnknownMember:
       text = "Object doesn't support this property or method";

@@ -35,9 +35,15 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
              lookup::registerCodeTables,
              lookup::registerChartOfAccounts,
              lookup::registerCausalCodes,
+             lookup::registerProposals,
              lookup::registerAllocations,
+             lookup::registerProviders,
              lookup::registerProcessingRuns,
              lookup::registerCostSheets,
+             lookup::registerEntities,
+             lookup::registerCorrelatedCausals,
+             lookup::registerDocuments,
+             lookup::registerRegistrationBridge,
          })
       family(b);
     return b.build();
