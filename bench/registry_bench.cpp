@@ -17,7 +17,7 @@
 
 #include "support/zero_cost.h"
 
-/// Heap allocations so far (counting_new.cpp replaces operator new).
+/// Heap allocations so far (tests/support/counting_new.cpp replaces operator new).
 long allocationCount();
 
 namespace brelvane {
