@@ -185,6 +185,13 @@ SafeArray::SafeArray(std::vector<Bound> bounds) : bounds_(std::move(bounds)) {
   }
 }
 
+SafeArray::SafeArray(std::vector<Bound> bounds, std::vector<Variant> elements)
+    : bounds_(std::move(bounds)), elements_(std::move(elements)) {
+  uint64_t n = bounds_.empty() ? 0 : 1;
+  for (const auto& b : bounds_) n = std::min<uint64_t>(n * b.count(), uint64_t{1} << 40);
+  if (n != elements_.size()) throw AutomationError::of(err::kInvalidCall, "array elements");
+}
+
 size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
   if (index.size() != bounds_.size()) throw AutomationError::of(err::kSubscript);
   size_t off = 0;

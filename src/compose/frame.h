@@ -73,10 +73,11 @@ class Frame {
   /// Arr_Fields (0 To 0, 0 To 1): the control that shows the description
   /// (Nothing for the existence checks) and the result column to show.
   void descriptor(const std::shared_ptr<Dispatch>& control, std::string_view column) {
-    SafeArray fields({Bound{0, 0}, Bound{0, 1}});
-    fields.at({0, 0}) = Variant(control);
-    fields.at({0, 1}) = Variant(column);
-    object_.Arr_Fields = Variant(std::move(fields));
+    std::vector<Variant> elements;
+    elements.reserve(2);
+    elements.emplace_back(control);
+    elements.emplace_back(column);
+    object_.Arr_Fields = Variant(SafeArray({Bound{0, 0}, Bound{0, 1}}, std::move(elements)));
   }
 
  private:

@@ -72,14 +72,14 @@ Variant HostAccess::installationSetting() const {
 namespace {
 template <class Range>
 Variant makeFields(const Range& captions) {
-  SafeArray a({Bound{0, 1}, Bound{0, static_cast<int32_t>(captions.size()) - 1}});
-  int32_t c = 0;
-  for (const auto& caption : captions) {
-    a.at({0, c}) = Variant(std::string(caption));
-    a.at({1, c}) = Variant("");
-    ++c;
-  }
-  return Variant(std::move(a));
+  // Row 0 the captions, row 1 an empty text under each, built in place.
+  const size_t n = std::size(captions);
+  std::vector<Variant> elements;
+  elements.reserve(2 * n);
+  for (const auto& caption : captions) elements.emplace_back(std::string_view(caption));
+  elements.resize(2 * n, Variant(std::string_view()));
+  return Variant(
+      SafeArray({Bound{0, 1}, Bound{0, static_cast<int32_t>(n) - 1}}, std::move(elements)));
 }
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <concepts>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -78,5 +79,16 @@ std::string decimal(I value) {
 
 /// Replaces every occurrence of `from`, left to right, case-sensitively.
 void replaceAll(std::string& text, std::string_view from, std::string_view to);
+
+/// A placeholder of a composed text and the value that takes its place.
+struct Placeholder {
+  std::string_view name;  ///< "<CONTO>"
+  std::string_view value;
+};
+
+/// Replaces the placeholders as replaceAll would, one after the other, in
+/// the order given, but in one pass over the text when that gives the same
+/// result: when no value holds a '<' that a later placeholder could match.
+void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> placeholders);
 
 }  // namespace brelvane

@@ -128,9 +128,12 @@ void chartAccount(Frame& f, const std::shared_ptr<Dispatch>& TextEdit, const Var
   f.descriptor(TextEdit, "PC03_DESCR");
   const auto& connection = f.object().Connessione;
   std::string sql = connection ? chartQuery(f, *connection, CodicePdC) : eitherChartQuery();
-  replaceAll(sql, "<CODICEPDC>", f.numericCode(CodicePdC));
-  replaceAll(sql, "<CONTO>", "'" + f.textCode(Conto) + "'");
-  replaceAll(sql, "<LINGUA>", "'" + language + "'");
+  const std::string chart = f.numericCode(CodicePdC);
+  SqlText account(32), lang(16);
+  account.append("'", f.textCode(Conto), "'");
+  lang.append("'", language, "'");
+  fillPlaceholders(
+      sql, {{"<CODICEPDC>", chart}, {"<CONTO>", account.view()}, {"<LINGUA>", lang.view()}});
   f.sql(std::move(sql));
 }
 

@@ -140,6 +140,20 @@ TEST(Dispatch, PropertiesAndMethodsReadEachOthersWay) {
   EXPECT_EQ(paramTypeName(ParamType::Date), "Date");
 }
 
+TEST(Dispatch, ADescriptionFindsMembersBeforeAndAfterItIsIndexed) {
+  ClassInfo info = Sample::registration();  // a copy, indexed
+  MethodInfo added;
+  added.name = "Added";
+  info.methods.push_back(added);  // the index is now out of date
+  EXPECT_NE(info.findMethod("ADDED"), nullptr);
+  EXPECT_NE(info.findMethod("twice"), nullptr);
+  EXPECT_EQ(info.findMethod("Missing"), nullptr);
+  info.index();
+  EXPECT_EQ(info.findMethod("added")->name, "Added");
+  EXPECT_EQ(info.findProperty("peer")->name, "Peer");
+  EXPECT_EQ(info.findProperty("Nope"), nullptr);
+}
+
 TEST(Factory, CreatesByProgIdCaseInsensitively) {
   ObjectFactory f;
   f.add(

@@ -1,6 +1,7 @@
 // Conversions and comparisons the component depends on.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 #include "brelvane/automation/dispatch.h"
@@ -184,5 +185,41 @@ TEST(AutomationErrors, CarryTheirStandardDescriptions) {
   EXPECT_EQ(AutomationError::of(err::kOverflow).source, "Brelvane");
 }
 
+TEST(VariantText, DatesAndNumbersAreReadStrictly) {
+  // Dates: four-digit years from 100, real days, optional time to the second.
+  EXPECT_EQ(Date::parse("2000-02-29"), (Date{2000, 2, 29}));
+  EXPECT_EQ(Date::parse("2026-11-22 10:30"), (Date{2026, 11, 22, 10, 30, 0}));
+  for (const char* bad : {"1900-02-29", "0099-01-01", "2026-13-01", "2026-04-31", "2026-00-10",
+                          "2026-11-22T24:00", "2026-11-22T10:60", "2026-11-22T10:30:60",
+                          "2026-11-22T10:30:5", "2026-11-22X10:30", "2026/11/22", "2026-1-22",
+                          "2026-11-2x", ""})
+    EXPECT_EQ(errorOf([&] { Date::parse(bad); }), err::kTypeMismatch) << bad;
+  // Numbers: blanks around, a sign, no trailing letters.
+  double d = 0;
+  EXPECT_TRUE(parseNumber(" \t+1.5 ", d));
+  EXPECT_EQ(d, 1.5);
+  EXPECT_TRUE(parseNumber("-.5", d));
+  EXPECT_EQ(d, -0.5);
+  for (const char* bad : {"", "  ", "+", "1e3x", "x1", "--1", "1 2"})
+    EXPECT_FALSE(parseNumber(bad, d)) << bad;
+  EXPECT_EQ(errorOf([] { toLong(Variant(std::numeric_limits<double>::infinity())); }),
+            err::kOverflow);
+  EXPECT_EQ(errorOf([] { toInteger(Variant(std::nan(""))); }), err::kOverflow);
+  EXPECT_EQ(toText(Variant(false)), "False");
+  EXPECT_TRUE(equals(Variant(false), 0));
+  EXPECT_TRUE(equals(Variant("2.0"), 2));
+  EXPECT_FALSE(equals(Variant("two"), 2));
+  EXPECT_TRUE(equals(Variant(2.0), "2"));
+  EXPECT_FALSE(equals(Variant(2.0), "x"));
+}
+
+TEST(SafeArrayTest, BuiltInPlaceItsElementsMustFitTheBounds) {
+  SafeArray a({Bound{0, 0}, Bound{1, 2}}, {Variant("a"), Variant("b")});
+  EXPECT_EQ(a.at({0, 2}), Variant("b"));
+  EXPECT_EQ(errorOf([] { SafeArray({Bound{0, 1}}, {Variant("only one")}); }), err::kInvalidCall);
+  EXPECT_EQ(errorOf([] { SafeArray({}, {Variant()}); }), err::kInvalidCall);
+}
+
 }  // namespace
 }  // namespace brelvane
+

@@ -1,5 +1,6 @@
 // The fragment builders of the chart lookups: exact lines, the account-status
 // gate, and the rule that a failing builder drops only its own fragment.
+#include "compose/sql_text.h"
 #include "fixture.h"
 #include "lookup/builders.h"
 
@@ -123,6 +124,28 @@ TEST_F(BuildersTest, AFailingBuilderYieldsNothingAtAll) {
   // A date the utility cannot render drops the whole filter.
   EXPECT_EQ(FiltroContiDisattivati(host, Variant("not a date"), true), "");
   EXPECT_EQ(CaseFlgPartInfra(HostAccess(nullptr, utility)), "");
+}
+
+// Placeholders filled in one pass end exactly as replacing each in turn
+// would leave them, whatever the values hold.
+TEST(Placeholders, OnePassMatchesReplacingInTurn) {
+  const std::string texts[] = {"F(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) <CONTO>",
+                               "a < b AND <CONTO> > 1", "<CONT<CODICEPDC>>", "no placeholder",
+                               "<LINGUA><LINGUA>"};
+  const std::string values[][3] = {{"3", "'A1'", "'ITA'"},
+                                   {"<CONTO>", "'<LINGUA>'", "'x'"},
+                                   {"O", "'B'", "''"},
+                                   {"", "'<", ">'"}};
+  for (const auto& text : texts) {
+    for (const auto& v : values) {
+      std::string inTurn = text, onePass = text;
+      replaceAll(inTurn, "<CODICEPDC>", v[0]);
+      replaceAll(inTurn, "<CONTO>", v[1]);
+      replaceAll(inTurn, "<LINGUA>", v[2]);
+      fillPlaceholders(onePass, {{"<CODICEPDC>", v[0]}, {"<CONTO>", v[1]}, {"<LINGUA>", v[2]}});
+      EXPECT_EQ(onePass, inTurn) << text << " with " << v[0] << ", " << v[1] << ", " << v[2];
+    }
+  }
 }
 
 }  // namespace

@@ -161,6 +161,9 @@ class SafeArray {
   /// Every element starts Empty. Raises 6 when the element count exceeds
   /// what an automation array can hold (2^31 - 1), 7 when memory runs out.
   explicit SafeArray(std::vector<Bound> bounds);
+  /// An array built in place: `elements` in row order, the last index
+  /// varying fastest. Raises 5 when their number does not match the bounds.
+  SafeArray(std::vector<Bound> bounds, std::vector<Variant> elements);
 
   const std::vector<Bound>& bounds() const { return bounds_; }
   size_t dimensions() const { return bounds_.size(); }
