@@ -195,8 +195,14 @@ class OdbcCommand final : public Command {
                 "listing the parameters of " + text_);
     meta->executed();
     Parameters found;
-    // Columns: 4 COLUMN_NAME, 5 COLUMN_TYPE, 6 DATA_TYPE, 8 COLUMN_SIZE, 10 DECIMAL_DIGITS.
+    // Columns: 2 PROCEDURE_SCHEM, 3 PROCEDURE_NAME, 4 COLUMN_NAME, 5 COLUMN_TYPE,
+    // 6 DATA_TYPE, 8 COLUMN_SIZE, 10 DECIMAL_DIGITS. A name without a schema
+    // may be found in several; the first procedure listed is taken.
+    std::string procedure;
     for (Rows rows(meta); !rows.Eof(); rows.MoveNext()) {
+      std::string owner = concatText(rows.Field(1)) + "." + concatText(rows.Field(2));
+      if (procedure.empty()) procedure = owner;
+      if (owner != procedure) break;
       auto direction = static_cast<SQLSMALLINT>(toLong(rows.Field(4)));
       if (direction == SQL_RESULT_COL) continue;
       Parameter p;

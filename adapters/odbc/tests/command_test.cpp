@@ -92,6 +92,16 @@ TEST_F(CommandTest, AMissingProcedureFailsWithTheDatabasesWords) {
   EXPECT_THAT(error.description, HasSubstr("spci_no_such_procedure"));
 }
 
+TEST_F(CommandTest, AProcedureFailingInsideRaisesTheDatabasesError) {
+  db = connect(connectionSearching("faulty, public"));
+  auto command = procedure("SPCI_PROPCONTI_LOOKUPPROVIDER");
+  command->SetParameter("@DITTA", int16_t{1});
+  command->SetParameter("@PROVIDER", int16_t{7});
+  AutomationError error = raised([&] { command->Execute(-1); });
+  EXPECT_EQ(error.number, kDriverError);
+  EXPECT_THAT(error.description, StartsWith("SQLSTATE 42601: "));
+}
+
 TEST_F(CommandTest, ACommandNeedsAnOpenConnection) {
   auto command = db->NewCommand();
   command->SetCommandType(ado::kCmdStoredProc);

@@ -18,6 +18,11 @@ inline std::string connectionString() {
   return text ? text : "";
 }
 
+/// The test database seen through `searchPath` (schemas of schema.sql).
+inline std::string connectionSearching(const std::string& searchPath) {
+  return connectionString() + "ConnSettings=SET search_path TO " + searchPath + ";";
+}
+
 class OdbcTest : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -95,3 +95,14 @@ CREATE FUNCTION echo_kinds(small_in smallint, long_in integer, double_in double 
   SELECT text_in || '/' || coalesce(small_in::text, 'null'), long_in + 1, day_in + interval '1 day',
          NOT flag_in, double_in * 2
 $$;
+
+-- Stand-ins that fail inside: a connection whose search path starts with
+-- this schema finds them before the good ones, and the database raises a
+-- syntax error while running them.
+CREATE SCHEMA faulty;
+CREATE FUNCTION faulty.spci_propconti_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
+                                                     OUT "@LABELS" varchar, OUT "@QUERY" varchar)
+  LANGUAGE plpgsql AS $$ BEGIN EXECUTE 'SELEC 1'; END $$;
+-- A schema without the procedures: a connection searching only there
+-- misses them.
+CREATE SCHEMA empty;
