@@ -112,34 +112,32 @@ TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
 
 TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
   REQUIRE_MEMBER("ProposteContiPerProvider");
-  auto failsAfterASuccess = [&](const std::shared_ptr<OdbcConnection>& connection,
-                                int16_t provider) {
-    call("ProposteContiPerProvider", {int16_t{1}, int16_t{7}});
-    ASSERT_NE(lookup->Str_Sql, "");
-    lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);  // a fresh command
+  // Each case on a fresh instance, whose command binds to its connection.
+  auto fails = [&](const std::shared_ptr<OdbcConnection>& connection, int16_t provider) {
+    lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
     lookup->ActiveInterface = standins::makeHost({{"kind", "host"}}, "host", log);
-    lookup->Str_Sql = "not yet";
     lookup->Connessione = connection;
+    lookup->Str_Sql = "not yet";
     EXPECT_NO_THROW(call("ProposteContiPerProvider", {int16_t{1}, provider}));
     EXPECT_EQ(lookup->Str_Sql, "");
   };
   {
     SCOPED_TRACE("no labels to read as text");
-    failsAfterASuccess(db, 9);
+    fails(db, 9);
   }
   {
     SCOPED_TRACE("a syntax error inside the procedure");
-    failsAfterASuccess(connect(connectionSearching("faulty, public")), 7);
+    fails(connect(connectionSearching("faulty, public")), 7);
   }
   {
     SCOPED_TRACE("a missing procedure");
-    failsAfterASuccess(connect(connectionSearching("empty")), 7);
+    fails(connect(connectionSearching("empty")), 7);
   }
   {
     SCOPED_TRACE("a closed connection");
     auto closed = connect(connectionString());
     closed->Close();
-    failsAfterASuccess(closed, 7);
+    fails(closed, 7);
   }
 }
 
