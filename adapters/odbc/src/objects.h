@@ -13,6 +13,12 @@ namespace brelvane::odbc::detail {
 /// The rows of one execution of a statement, read forward. Each row is
 /// read whole when the recordset moves onto it, so that its fields can be
 /// asked for in any order and more than once.
+///
+/// When every column has a known, modest size the rows come in blocks into
+/// bound buffers (one driver call per block, not per field); a text longer
+/// than its buffer, because the driver under-reported its size, is then read
+/// again from that row in pieces. A result with a long column is read field
+/// by field, each text in pieces.
 class Rows final : public Recordset {
  public:
   /// Takes the statement just executed; positions on the first row.
@@ -29,16 +35,26 @@ class Rows final : public Recordset {
   struct Column {
     std::string name;
     Kind kind;
+    SQLULEN size;                     ///< as the driver declares it
+    size_t stride = 0;                ///< bytes of one row's value in `data`
+    std::vector<unsigned char> data;  ///< the bound values of a block
+    std::vector<SQLLEN> indicators;   ///< their lengths or SQL_NULL_DATA
   };
   void requireOpen() const;
   const Variant& current(size_t index) const;
+  bool ours() const;
+  void bindBlocks();
   void fetch();
+  Variant boundValue(size_t column);
 
   std::shared_ptr<Statement> statement_;
   uint64_t generation_;
   std::vector<Column> columns_;
   std::vector<Variant> row_;
   bool eof_ = true;
+  bool blocks_ = false;     ///< columns bound, rows fetched in blocks
+  SQLULEN fetched_ = 0;     ///< rows in the current block
+  SQLULEN rowInBlock_ = 0;  ///< the current row's place in it
 };
 
 class OdbcConnectionImpl final : public OdbcConnection {

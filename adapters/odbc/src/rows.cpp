@@ -1,6 +1,41 @@
+#include <algorithm>
+#include <cstring>
+
 #include "objects.h"
 
 namespace brelvane::odbc::detail {
+
+namespace {
+
+/// Rows fetched at once into bound buffers.
+constexpr SQLULEN kBlockRows = 128;
+/// Texts declared longer than this many characters are read in pieces.
+constexpr SQLULEN kLongestBoundText = 2000;
+
+/// The bytes of one bound value of a fixed-size kind (its C type's size).
+size_t fixedSize(Kind kind) {
+  switch (kind) {
+    case Kind::Boolean:
+      return sizeof(unsigned char);
+    case Kind::Short:
+      return sizeof(SQLSMALLINT);
+    case Kind::Long:
+      return sizeof(SQLINTEGER);
+    case Kind::BigInt:
+      return sizeof(SQLBIGINT);
+    case Kind::Double:
+      return sizeof(double);
+    case Kind::Timestamp:
+      return sizeof(SQL_TIMESTAMP_STRUCT);
+    case Kind::Time:
+      return sizeof(SQL_TIME_STRUCT);
+    case Kind::Text:
+      break;
+  }
+  return 0;
+}
+
+}  // namespace
 
 Rows::Rows(std::shared_ptr<Statement> statement)
     : statement_(std::move(statement)), generation_(statement_->generation()) {
@@ -16,14 +51,50 @@ Rows::Rows(std::shared_ptr<Statement> statement)
                                       &length, &type, &size, &digits, &nullable),
                       "describing a column");
     size_t units = std::min<size_t>(static_cast<size_t>(length), std::size(name) - 1);
-    columns_.push_back({statement_->link().codec.utf8(name, units), kindOf(type)});
+    columns_.push_back({statement_->link().codec.utf8(name, units), kindOf(type), size, 0, {}, {}});
   }
+  row_.resize(columns_.size());
   // A statement without a result set (an update, a procedure without
   // rows) gives an empty recordset.
-  if (count > 0) fetch();
+  if (count == 0) return;
+  bool shortColumns = std::all_of(columns_.begin(), columns_.end(), [](const Column& c) {
+    return c.kind != Kind::Text || (c.size > 0 && c.size <= kLongestBoundText);
+  });
+  if (shortColumns) bindBlocks();
+  fetch();
 }
 
-Rows::~Rows() = default;
+Rows::~Rows() {
+  // The buffers go with this recordset: the statement must not keep them.
+  if (blocks_ && ours()) SQLFreeStmt(statement_->handle(), SQL_UNBIND);
+}
+
+bool Rows::ours() const {
+  return statement_->link().open && statement_->generation() == generation_;
+}
+
+void Rows::bindBlocks() {
+  SQLHSTMT h = statement_->handle();
+  for (size_t i = 0; i < columns_.size(); ++i) {
+    Column& c = columns_[i];
+    // A character can take two UTF-16 units; one more for the terminator.
+    c.stride = c.kind == Kind::Text ? (c.size * 2 + 1) * sizeof(SQLWCHAR) : fixedSize(c.kind);
+    c.data.resize(c.stride * kBlockRows);
+    c.indicators.resize(kBlockRows);
+    statement_->check(SQLBindCol(h, static_cast<SQLUSMALLINT>(i + 1), cTypeOf(c.kind),
+                                 c.data.data(), static_cast<SQLLEN>(c.stride), c.indicators.data()),
+                      "binding a column");
+  }
+  statement_->check(SQLSetStmtAttr(h, SQL_ATTR_ROW_BIND_TYPE,
+                                   reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0),
+                    "binding by column");
+  statement_->check(
+      SQLSetStmtAttr(h, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(kBlockRows), 0),
+      "setting the block size");
+  statement_->check(SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0),
+                    "counting the rows fetched");
+  blocks_ = true;
+}
 
 void Rows::requireOpen() const {
   statement_->link().requireOpen();
@@ -62,24 +133,53 @@ void Rows::MoveNext() {
 }
 
 void Rows::Close() {
-  if (statement_->generation() != generation_ || !statement_->link().open) return;
+  if (!ours()) return;
+  if (blocks_) SQLFreeStmt(statement_->handle(), SQL_UNBIND);
   statement_->finish();
   eof_ = true;
 }
 
 void Rows::fetch() {
-  SQLRETURN rc = SQLFetch(statement_->handle());
-  if (rc == SQL_NO_DATA) {
-    eof_ = true;
-    row_.clear();
-    return;
+  SQLHSTMT h = statement_->handle();
+  if (blocks_ && rowInBlock_ + 1 < fetched_) {
+    ++rowInBlock_;
+  } else {
+    SQLRETURN rc = SQLFetch(h);
+    if (rc == SQL_NO_DATA || (blocks_ && fetched_ == 0)) {
+      eof_ = true;
+      return;
+    }
+    statement_->check(rc, "fetching rows");
+    rowInBlock_ = 0;
   }
-  statement_->check(rc, "fetching a row");
-  row_.resize(columns_.size());
   // Fields are read in column order, which every driver allows.
   for (size_t i = 0; i < columns_.size(); ++i)
-    row_[i] = readColumn(*statement_, static_cast<SQLUSMALLINT>(i + 1), columns_[i].kind);
+    row_[i] = blocks_ ? boundValue(i)
+                      : readColumn(*statement_, static_cast<SQLUSMALLINT>(i + 1), columns_[i].kind);
   eof_ = false;
+}
+
+Variant Rows::boundValue(size_t column) {
+  const Column& c = columns_[column];
+  SQLLEN indicator = c.indicators[rowInBlock_];
+  if (indicator == SQL_NULL_DATA) return Variant::null();
+  const unsigned char* value = c.data.data() + rowInBlock_ * c.stride;
+  if (c.kind != Kind::Text) {
+    FixedValue fixed{};
+    std::memcpy(&fixed, value, c.stride);
+    return fromFixed(c.kind, fixed);
+  }
+  auto room = static_cast<SQLLEN>(c.stride - sizeof(SQLWCHAR));
+  if (indicator == SQL_NO_TOTAL || indicator > room) {
+    // Longer than the driver said: read it again from its row, in pieces.
+    SQLHSTMT h = statement_->handle();
+    statement_->check(
+        SQLSetPos(h, static_cast<SQLSETPOSIROW>(rowInBlock_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
+        "positioning on a row");
+    return readColumn(*statement_, static_cast<SQLUSMALLINT>(column + 1), Kind::Text);
+  }
+  return Variant(statement_->link().codec.utf8(reinterpret_cast<const SQLWCHAR*>(value),
+                                               static_cast<size_t>(indicator) / sizeof(SQLWCHAR)));
 }
 
 }  // namespace brelvane::odbc::detail

@@ -35,7 +35,6 @@ class TextCodec {
 
  private:
   iconv_t toWide_;
-  iconv_t toUtf8_;
 };
 
 [[noreturn]] void raise(int32_t number, std::string description);

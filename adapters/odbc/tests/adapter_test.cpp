@@ -56,6 +56,25 @@ TEST_F(OdbcTest, LongTextIsReadWholeAcrossPieces) {
   EXPECT_EQ(rs->Field("id"), Variant(int32_t{3}));  // the field after it is still in reach
 }
 
+TEST_F(OdbcTest, TextsLongerThanTheirDeclaredSizeAreReadWhole) {
+  // A varchar without a length is declared short by this driver; rows come
+  // in blocks, and the long values are read again in pieces.
+  auto rs = db->Execute(
+      "SELECT n, repeat('é', n * 3)::varchar AS t, n * 2 AS twice "
+      "FROM generate_series(1, 300) AS n ORDER BY n",
+      -1);
+  int32_t n = 0;
+  for (; !rs->Eof(); rs->MoveNext()) {
+    ++n;
+    std::string expected;
+    for (int i = 0; i < n * 3; ++i) expected += "é";
+    ASSERT_EQ(rs->Field(0), Variant(n));
+    ASSERT_EQ(rs->Field("t"), Variant(expected)) << "row " << n;
+    ASSERT_EQ(rs->Field("twice"), Variant(n * 2));
+  }
+  EXPECT_EQ(n, 300);
+}
+
 TEST_F(OdbcTest, RowsGoForwardToTheEnd) {
   EXPECT_EQ(rows("SELECT id, text_value FROM value_kinds ORDER BY id DESC"),
             (std::vector<std::vector<Variant>>{
