@@ -6,7 +6,6 @@
 #include "brelvane/brelvane.h"
 #include "brelvane/lookup/clsci_lookup.h"
 #include "odbc_fixture.h"
-#include "standins/standins.h"
 
 namespace brelvane::odbc::testing {
 namespace {
@@ -14,6 +13,30 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::StartsWith;
+
+/// A host whose message catalogue holds the proposal caption, and whose
+/// company answers the defaults.
+class CaptionHost final : public HostInterface, public HostContext, public MessageService {
+ public:
+  std::shared_ptr<HostContext> Context() override { return {shared(), this}; }
+  Variant InstallationSetting() override { return {}; }
+  std::shared_ptr<MessageService> Messages() override { return {shared(), this}; }
+  std::shared_ptr<HostCompany> Company() override { return nullptr; }
+  std::string GetMessageText(int32_t id, const SafeArray&) override {
+    return id == 74716 ? "Proposte del provider" : "[" + std::to_string(id) + "]";
+  }
+  std::string PrepareSqlText(const std::string& text) override { return text; }
+  std::weak_ptr<CaptionHost> self;
+
+ private:
+  std::shared_ptr<CaptionHost> shared() { return self.lock(); }
+};
+
+std::shared_ptr<HostInterface> captionHost() {
+  auto host = std::make_shared<CaptionHost>();
+  host->self = host;
+  return host;
+}
 
 #define REQUIRE_MEMBER(name)                                              \
   if (!CLSCI_LOOKUP::registration().findMethod(name))                     \
@@ -27,8 +50,7 @@ class LookupOverOdbc : public OdbcTest {
     if (IsSkipped()) return;
     registerBrelvane(factory);
     lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
-    lookup->ActiveInterface = standins::makeHost(
-        {{"kind", "host"}, {"messages", {{"74716", "Proposte del provider"}}}}, "host", log);
+    lookup->ActiveInterface = captionHost();
     lookup->Connessione = db;
   }
 
@@ -48,7 +70,6 @@ class LookupOverOdbc : public OdbcTest {
     return out;
   }
 
-  standins::Log log;
   ObjectFactory factory;
   std::shared_ptr<CLSCI_LOOKUP> lookup;
 };
@@ -115,7 +136,7 @@ TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
   // Each case on a fresh instance, whose command binds to its connection.
   auto fails = [&](const std::shared_ptr<OdbcConnection>& connection, int16_t provider) {
     lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
-    lookup->ActiveInterface = standins::makeHost({{"kind", "host"}}, "host", log);
+    lookup->ActiveInterface = captionHost();
     lookup->Connessione = connection;
     lookup->Str_Sql = "not yet";
     EXPECT_NO_THROW(call("ProposteContiPerProvider", {int16_t{1}, provider}));
