@@ -13,18 +13,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(postgresql-15 odbc-postgresql unixodbc-dev)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  echo "Installing: ${missing[*]}"
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+# isql (unixodbc) and bc serve the benchmark.
+scripts/deps.sh postgresql-15 odbc-postgresql unixodbc-dev unixodbc bc
 
 bin=/usr/lib/postgresql/15/bin
 driver=$(dpkg -L odbc-postgresql | grep '/psqlodbcw\.so$' | head -n1)
@@ -73,6 +63,8 @@ psql=(psql -X -q -h 127.0.0.1 -p "$port" -U brelvane -v ON_ERROR_STOP=1)
 
 export BRELVANE_ODBC_TEST="Driver=$driver;Server=127.0.0.1;Port=$port;Database=brelvane_test;Uid=brelvane;BoolsAsChar=0;"
 export BRELVANE_ODBC_PORT=$port
+# Under a sanitizer build, the driver's own leaks are not the adapter's.
+export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$PWD/adapters/odbc/tests/lsan.supp"
 echo "PostgreSQL on 127.0.0.1:$port ($cluster)"
 
 if (($#)); then

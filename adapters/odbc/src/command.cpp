@@ -24,28 +24,6 @@ size_t outputCapacity(SQLULEN size) {
   return std::max<size_t>(size, 8000);
 }
 
-SQLSMALLINT sqlTypeOf(Kind kind) {
-  switch (kind) {
-    case Kind::Boolean:
-      return SQL_BIT;
-    case Kind::Short:
-      return SQL_SMALLINT;
-    case Kind::Long:
-      return SQL_INTEGER;
-    case Kind::BigInt:
-      return SQL_BIGINT;
-    case Kind::Double:
-      return SQL_DOUBLE;
-    case Kind::Timestamp:
-      return SQL_TYPE_TIMESTAMP;
-    case Kind::Time:
-      return SQL_TYPE_TIME;
-    case Kind::Text:
-      break;
-  }
-  return SQL_WVARCHAR;
-}
-
 std::string_view bareName(std::string_view name) {
   return !name.empty() && name.front() == '@' ? name.substr(1) : name;
 }
@@ -248,7 +226,7 @@ class OdbcCommand final : public Command {
     } else {
       p.kind = null && p.sqlType != SQL_UNKNOWN_TYPE ? kindOf(p.sqlType) : kindOfValue(p.value);
     }
-    SQLSMALLINT sqlType = p.sqlType != SQL_UNKNOWN_TYPE ? p.sqlType : sqlTypeOf(p.kind);
+    SQLSMALLINT sqlType = p.sqlType != SQL_UNKNOWN_TYPE ? p.sqlType : infoOf(p.kind).sqlType;
     SQLSMALLINT io = p.direction == SQL_PARAM_INPUT_OUTPUT ? SQL_PARAM_INPUT_OUTPUT
                      : out                                 ? SQL_PARAM_OUTPUT
                                                            : SQL_PARAM_INPUT;
@@ -266,8 +244,8 @@ class OdbcCommand final : public Command {
                             static_cast<SQLLEN>(p.text.size() * sizeof(SQLWCHAR)), &p.indicator);
     } else {
       p.fixed = in && !null ? toFixed(p.kind, p.value) : FixedValue{};
-      rc = SQLBindParameter(h, number, io, cTypeOf(p.kind), sqlType, p.size, p.digits, &p.fixed,
-                            sizeof p.fixed, &p.indicator);
+      rc = SQLBindParameter(h, number, io, infoOf(p.kind).cType, sqlType, p.size, p.digits,
+                            &p.fixed, sizeof p.fixed, &p.indicator);
     }
     statement_->check(rc, "binding parameter " + p.name);
   }

@@ -12,29 +12,6 @@ constexpr SQLULEN kBlockRows = 128;
 /// Texts declared longer than this many characters are read in pieces.
 constexpr SQLULEN kLongestBoundText = 2000;
 
-/// The bytes of one bound value of a fixed-size kind (its C type's size).
-size_t fixedSize(Kind kind) {
-  switch (kind) {
-    case Kind::Boolean:
-      return sizeof(unsigned char);
-    case Kind::Short:
-      return sizeof(SQLSMALLINT);
-    case Kind::Long:
-      return sizeof(SQLINTEGER);
-    case Kind::BigInt:
-      return sizeof(SQLBIGINT);
-    case Kind::Double:
-      return sizeof(double);
-    case Kind::Timestamp:
-      return sizeof(SQL_TIMESTAMP_STRUCT);
-    case Kind::Time:
-      return sizeof(SQL_TIME_STRUCT);
-    case Kind::Text:
-      break;
-  }
-  return 0;
-}
-
 }  // namespace
 
 Rows::Rows(std::shared_ptr<Statement> statement)
@@ -78,10 +55,10 @@ void Rows::bindBlocks() {
   for (size_t i = 0; i < columns_.size(); ++i) {
     Column& c = columns_[i];
     // A character can take two UTF-16 units; one more for the terminator.
-    c.stride = c.kind == Kind::Text ? (c.size * 2 + 1) * sizeof(SQLWCHAR) : fixedSize(c.kind);
+    c.stride = c.kind == Kind::Text ? (c.size * 2 + 1) * sizeof(SQLWCHAR) : infoOf(c.kind).size;
     c.data.resize(c.stride * kBlockRows);
     c.indicators.resize(kBlockRows);
-    statement_->check(SQLBindCol(h, static_cast<SQLUSMALLINT>(i + 1), cTypeOf(c.kind),
+    statement_->check(SQLBindCol(h, static_cast<SQLUSMALLINT>(i + 1), infoOf(c.kind).cType,
                                  c.data.data(), static_cast<SQLLEN>(c.stride), c.indicators.data()),
                       "binding a column");
   }

@@ -194,26 +194,20 @@ Kind kindOf(SQLSMALLINT sqlType) {
   }
 }
 
-SQLSMALLINT cTypeOf(Kind kind) {
-  switch (kind) {
-    case Kind::Boolean:
-      return SQL_C_BIT;
-    case Kind::Short:
-      return SQL_C_SSHORT;
-    case Kind::Long:
-      return SQL_C_SLONG;
-    case Kind::BigInt:
-      return SQL_C_SBIGINT;
-    case Kind::Double:
-      return SQL_C_DOUBLE;
-    case Kind::Timestamp:
-      return SQL_C_TYPE_TIMESTAMP;
-    case Kind::Time:
-      return SQL_C_TYPE_TIME;
-    case Kind::Text:
-      break;
-  }
-  return SQL_C_WCHAR;
+const KindInfo& infoOf(Kind kind) {
+  // In the order of Kind.
+  static constexpr KindInfo kKinds[] = {
+      {SQL_C_BIT, SQL_BIT, sizeof(unsigned char)},
+      {SQL_C_SSHORT, SQL_SMALLINT, sizeof(SQLSMALLINT)},
+      {SQL_C_SLONG, SQL_INTEGER, sizeof(SQLINTEGER)},
+      {SQL_C_SBIGINT, SQL_BIGINT, sizeof(SQLBIGINT)},
+      {SQL_C_DOUBLE, SQL_DOUBLE, sizeof(double)},
+      {SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)},
+      {SQL_C_TYPE_TIME, SQL_TYPE_TIME, sizeof(SQL_TIME_STRUCT)},
+      {SQL_C_WCHAR, SQL_WVARCHAR, 0},
+  };
+  static_assert(std::size(kKinds) == static_cast<size_t>(Kind::Text) + 1);
+  return kKinds[static_cast<size_t>(kind)];
 }
 
 Variant fromFixed(Kind kind, const FixedValue& v) {
@@ -312,7 +306,7 @@ Variant readColumn(Statement& statement, SQLUSMALLINT column, Kind kind) {
   SQLLEN indicator = 0;
   if (kind != Kind::Text) {
     FixedValue value{};
-    statement.check(SQLGetData(h, column, cTypeOf(kind), &value, sizeof value, &indicator),
+    statement.check(SQLGetData(h, column, infoOf(kind).cType, &value, sizeof value, &indicator),
                     "reading a field");
     if (indicator == SQL_NULL_DATA) return Variant::null();
     return fromFixed(kind, value);

@@ -96,8 +96,13 @@ class Statement {
 /// How a value of an SQL type is read, and the Variant kind it becomes.
 enum class Kind { Boolean, Short, Long, BigInt, Double, Timestamp, Time, Text };
 Kind kindOf(SQLSMALLINT sqlType);
-/// The C type a value of `kind` is read into or bound from.
-SQLSMALLINT cTypeOf(Kind kind);
+/// How values of a kind are exchanged with the driver.
+struct KindInfo {
+  SQLSMALLINT cType;    ///< the C type it is read into or bound from
+  SQLSMALLINT sqlType;  ///< the SQL type it is sent as when nothing else says
+  size_t size;          ///< bytes of one value (0: a text, of any length)
+};
+const KindInfo& infoOf(Kind kind);
 
 /// A buffer for a fixed-size value of any kind but Text.
 union FixedValue {
