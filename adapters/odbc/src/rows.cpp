@@ -43,7 +43,11 @@ Rows::Rows(std::shared_ptr<Statement> statement)
 
 Rows::~Rows() {
   // The buffers go with this recordset: the statement must not keep them.
-  if (blocks_ && ours()) SQLFreeStmt(statement_->handle(), SQL_UNBIND);
+  if (blocks_ && ours()) {
+    SQLHSTMT h = statement_->handle();
+    SQLFreeStmt(h, SQL_UNBIND);
+    SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
+  }
 }
 
 bool Rows::ours() const {

@@ -148,6 +148,11 @@ void Statement::reset() {
   if (pending_) SQLFreeStmt(h, SQL_CLOSE);
   pending_ = false;
   ++generation_;
+  // A recordset of an earlier execution may have bound its buffers and
+  // fetched in blocks: none of that may reach into this one.
+  SQLFreeStmt(h, SQL_UNBIND);
+  SQLSetStmtAttr(h, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(SQLULEN{1}), 0);
+  SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
 }
 
 void Statement::finish() {
@@ -161,6 +166,7 @@ void Statement::finish() {
     check(rc, "reading the remaining results");
   }
   SQLFreeStmt(h, SQL_CLOSE);
+  SQLFreeStmt(h, SQL_UNBIND);
   if (afterFinish) afterFinish();
 }
 
