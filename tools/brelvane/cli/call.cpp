@@ -127,7 +127,7 @@ class CallWorld {
     standins::installLaunchers(factory_, Json(), log_);
     host_ = makeDemoHost(loadCatalogue(o.catalogue), o.company);
     log_.names.add(host_, "host");
-    connection_ = standins::makeConnection(Json{{"kind", "connection"}}, "connection", log_);
+    connection_ = makeDemoConnection(log_, "connection");
   }
 
   const ClassInfo* classOf(std::string_view progId) const {
