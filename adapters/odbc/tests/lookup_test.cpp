@@ -1,6 +1,5 @@
 // The proposal lookups and the registration number bridge of CLSCI_LOOKUP
-// over a real connection. Each test runs only when the class has the
-// member it calls, so this file can be built before those members exist.
+// over a real connection.
 #include <gmock/gmock.h>
 
 #include "brelvane/brelvane.h"
@@ -37,11 +36,6 @@ std::shared_ptr<HostInterface> captionHost() {
   host->self = host;
   return host;
 }
-
-#define REQUIRE_MEMBER(name)                                              \
-  if (!CLSCI_LOOKUP::registration().findMethod(name))                     \
-  GTEST_SKIP() << "CLSCI_LOOKUP has no " << (name) << " yet: nothing to " \
-               << "run over the connection"
 
 class LookupOverOdbc : public OdbcTest {
  protected:
@@ -93,7 +87,6 @@ const Proposal kProposals[] = {
 TEST_F(LookupOverOdbc, ProposalsTakeTheirDefinitionFromTheDatabase) {
   for (const auto& p : kProposals) {
     SCOPED_TRACE(p.method);
-    REQUIRE_MEMBER(p.method);
     call(p.method, {p.company, int16_t{7}});
     // The procedure's answer, straight from the table it reads.
     auto answer = rows(std::string("SELECT labels, query FROM proposal_answers WHERE company = ") +
@@ -119,7 +112,6 @@ TEST_F(LookupOverOdbc, ProposalsTakeTheirDefinitionFromTheDatabase) {
 }
 
 TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
-  REQUIRE_MEMBER("ProposteContiPerProvider");
   call("ProposteContiPerProvider", {int16_t{1}, int16_t{7}});
   EXPECT_THAT(captions(), ElementsAre("Code", "Description"));
   call("ProposteContiPerProvider", {int16_t{1}, int16_t{8}});
@@ -132,7 +124,6 @@ TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
 }
 
 TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
-  REQUIRE_MEMBER("ProposteContiPerProvider");
   // Each case on a fresh instance, whose command binds to its connection.
   auto fails = [&](const std::shared_ptr<OdbcConnection>& connection, int16_t provider) {
     lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
@@ -163,7 +154,6 @@ TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
 }
 
 TEST_F(LookupOverOdbc, TheBridgeReraisesTheDriversErrorUnderItsName) {
-  REQUIRE_MEMBER("GetNumregCoanFromNumregCoge");
   // Its query is in the company database's dialect (TOP, WITH (NOLOCK)),
   // which the test database rejects as a syntax error.
   std::vector<Variant> args{Variant(db), int32_t{1}, "R1", int16_t{1}};
