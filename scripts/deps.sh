@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the build and test dependencies that a fresh machine lacks.
+# Installs the build and test dependencies that a fresh machine lacks, and
+# the further Debian packages named as arguments.
 set -euo pipefail
-packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev)
+packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -1,0 +1,271 @@
+// Commands: a statement run by text or a stored procedure called by name,
+// with parameters addressed by name.
+//
+// For a stored procedure the parameter list is asked of the driver
+// (SQLProcedureColumns) the first time a parameter is used, so names,
+// directions and types are the procedure's own; a name matches ignoring
+// case and a leading "@", which some databases write and others do not.
+// When the driver knows no parameters, those set become inputs in the order
+// they were first set.
+#include <algorithm>
+
+#include "objects.h"
+
+namespace brelvane::odbc::detail {
+
+namespace {
+
+/// Text capacity, in characters, of an output parameter whose declared
+/// size is `size`: drivers report unknown lengths as 0 or as a small
+/// default, so short declarations get room to spare.
+size_t outputCapacity(SQLULEN size) {
+  constexpr SQLULEN kLargest = SQLULEN{1} << 20;
+  if (size == 0 || size > kLargest) return size_t{1} << 16;
+  return std::max<size_t>(size, 8000);
+}
+
+std::string_view bareName(std::string_view name) {
+  return !name.empty() && name.front() == '@' ? name.substr(1) : name;
+}
+
+struct Parameter {
+  std::string name;
+  SQLSMALLINT direction = SQL_PARAM_INPUT;  ///< as SQLProcedureColumns reports it
+  SQLSMALLINT sqlType = SQL_UNKNOWN_TYPE;   ///< unknown when declared by use
+  SQLULEN size = 0;
+  SQLSMALLINT digits = 0;
+  Variant value;
+  // What is bound for the execution under way.
+  Kind kind = Kind::Text;
+  FixedValue fixed{};
+  WideText text;
+  SQLLEN indicator = 0;
+
+  bool returnsValue() const { return direction != SQL_PARAM_INPUT; }
+};
+
+using Parameters = std::vector<Parameter>;
+
+/// Reads the returned values into the parameters, once the statement is
+/// finished.
+void readOutputs(Parameters& parameters, TextCodec& codec) {
+  for (auto& p : parameters) {
+    if (!p.returnsValue()) continue;
+    if (p.indicator == SQL_NULL_DATA) {
+      p.value = Variant::null();
+    } else if (p.kind != Kind::Text) {
+      p.value = fromFixed(p.kind, p.fixed);
+    } else {
+      auto room = static_cast<SQLLEN>((p.text.size() - 1) * sizeof(SQLWCHAR));
+      if (p.indicator == SQL_NO_TOTAL || p.indicator > room)
+        raise(kDriverError, "SQLSTATE 01004: the value of output parameter " + p.name +
+                                " is longer than " + std::to_string(p.text.size() - 1) +
+                                " characters");
+      p.value = codec.utf8(p.text.data(), static_cast<size_t>(p.indicator) / sizeof(SQLWCHAR));
+    }
+  }
+}
+
+class OdbcCommand final : public Command {
+ public:
+  void SetActiveConnection(const std::shared_ptr<Connection>& connection) override {
+    std::shared_ptr<Link> link;
+    if (connection) {
+      auto odbc = std::dynamic_pointer_cast<OdbcConnectionImpl>(connection);
+      if (!odbc)
+        raise(err::kTypeMismatch, "the connection of a command must be an ODBC connection");
+      link = odbc->link();
+    }
+    link_ = std::move(link);
+    forget();
+  }
+  void SetCommandType(int32_t type) override {
+    type_ = type;
+    forget();
+  }
+  void SetCommandText(const std::string& text) override {
+    text_ = text;
+    forget();
+  }
+  void SetPrepared(bool prepared) override { prepared_ = prepared; }
+
+  void SetParameter(const std::string& name, const Variant& value) override {
+    find(name, true).value = value;
+  }
+
+  Variant GetParameter(const std::string& name) override {
+    Parameter& p = find(name, false);
+    if (p.returnsValue() && statement_ && statement_->pending()) statement_->finish();
+    return p.value;
+  }
+
+  std::shared_ptr<Recordset> Execute(int32_t) override {
+    requireConnection();
+    deriveParameters();
+    if (!statement_) {
+      statement_ = std::make_shared<Statement>(link_);
+      statement_->afterFinish = [parameters = parameters_, link = link_.get()] {
+        readOutputs(*parameters, link->codec);
+      };
+    }
+    statement_->reset();
+    SQLHSTMT h = statement_->handle();
+    statement_->check(SQLFreeStmt(h, SQL_RESET_PARAMS), "resetting the parameters");
+    bool returns = false;
+    for (size_t i = 0; i < parameters_->size(); ++i) {
+      Parameter& p = (*parameters_)[i];
+      returns = returns || p.direction == SQL_RETURN_VALUE;
+      bind(h, static_cast<SQLUSMALLINT>(i + 1), p);
+    }
+    std::string call = callText(type_, text_, parameters_->size(), returns);
+    SQLRETURN rc;
+    if (prepared_) {
+      if (preparedText_ != call) {
+        preparedText_.clear();
+        WideText wide = link_->codec.wide(call);
+        statement_->check(SQLPrepareW(h, wide.data(), static_cast<SQLINTEGER>(wide.size())),
+                          "preparing");
+        preparedText_ = call;
+      }
+      rc = SQLExecute(h);
+    } else {
+      WideText wide = link_->codec.wide(call);
+      rc = SQLExecDirectW(h, wide.data(), static_cast<SQLINTEGER>(wide.size()));
+    }
+    statement_->check(rc, "executing");
+    statement_->executed();
+    return std::make_shared<Rows>(statement_);
+  }
+
+ private:
+  void requireConnection() const {
+    if (!link_ || !link_->open)
+      raise(kNoConnection,
+            "The connection cannot be used to perform this operation. It is either closed or "
+            "invalid in this context");
+  }
+
+  /// Drops what was learnt or prepared for an earlier connection, text or
+  /// type; the values set so far are kept for the list asked for next.
+  void forget() {
+    derived_ = false;
+    listed_ = false;
+    preparedText_.clear();
+    statement_.reset();
+    parameters_ = std::make_shared<Parameters>(*parameters_);
+  }
+
+  void deriveParameters() {
+    if (derived_ || type_ != ado::kCmdStoredProc) return;
+    requireConnection();
+    auto meta = std::make_shared<Statement>(link_);
+    SQLHSTMT h = meta->handle();
+    // Names as identifiers, not patterns: the "_" in procedure names is no
+    // wildcard, and case follows the database's rules for identifiers.
+    SQLSetStmtAttr(h, SQL_ATTR_METADATA_ID, reinterpret_cast<SQLPOINTER>(SQL_TRUE), 0);
+    size_t dot = text_.rfind('.');
+    WideText schema = link_->codec.wide(dot == std::string::npos ? "" : text_.substr(0, dot));
+    WideText name = link_->codec.wide(dot == std::string::npos ? text_ : text_.substr(dot + 1));
+    meta->reset();
+    meta->check(SQLProcedureColumnsW(h, nullptr, 0, schema.empty() ? nullptr : schema.data(),
+                                     static_cast<SQLSMALLINT>(schema.size()), name.data(),
+                                     static_cast<SQLSMALLINT>(name.size()), nullptr, 0),
+                "listing the parameters of " + text_);
+    meta->executed();
+    Parameters found;
+    // Columns: 2 PROCEDURE_SCHEM, 3 PROCEDURE_NAME, 4 COLUMN_NAME, 5 COLUMN_TYPE,
+    // 6 DATA_TYPE, 8 COLUMN_SIZE, 10 DECIMAL_DIGITS. A name without a schema
+    // may be found in several; the first procedure listed is taken.
+    std::string procedure;
+    for (Rows rows(meta); !rows.Eof(); rows.MoveNext()) {
+      std::string owner = concatText(rows.Field(1)) + "." + concatText(rows.Field(2));
+      if (procedure.empty()) procedure = owner;
+      if (owner != procedure) break;
+      auto direction = static_cast<SQLSMALLINT>(toLong(rows.Field(4)));
+      if (direction == SQL_RESULT_COL) continue;
+      Parameter p;
+      p.name = toText(rows.Field(3));
+      p.direction = direction;
+      p.sqlType = static_cast<SQLSMALLINT>(toLong(rows.Field(5)));
+      Variant size = rows.Field(7), digits = rows.Field(9);
+      p.size = size.isNull() ? 0 : static_cast<SQLULEN>(std::max(toLong(size), 0));
+      p.digits = digits.isNull() ? 0 : static_cast<SQLSMALLINT>(toLong(digits));
+      found.push_back(std::move(p));
+    }
+    // The return value comes first, as the call escape expects.
+    std::stable_partition(found.begin(), found.end(),
+                          [](const Parameter& p) { return p.direction == SQL_RETURN_VALUE; });
+    // Values set before the list was known carry over.
+    for (auto& p : found)
+      for (const auto& known : *parameters_)
+        if (sameName(bareName(p.name), bareName(known.name))) p.value = known.value;
+    listed_ = !found.empty();
+    if (listed_) *parameters_ = std::move(found);
+    derived_ = true;
+  }
+
+  Parameter& find(const std::string& name, bool declare) {
+    if (type_ == ado::kCmdStoredProc && link_) deriveParameters();
+    for (auto& p : *parameters_)
+      if (sameName(bareName(p.name), bareName(name))) return p;
+    if (!declare || listed_)
+      raise(kItemNotFound, "Item cannot be found in the collection: " + name);
+    Parameter& p = parameters_->emplace_back();
+    p.name = name;
+    return p;
+  }
+
+  void bind(SQLHSTMT h, SQLUSMALLINT number, Parameter& p) {
+    bool out = p.returnsValue();
+    bool in = p.direction == SQL_PARAM_INPUT || p.direction == SQL_PARAM_INPUT_OUTPUT;
+    bool null = in && (p.value.isNull() || p.value.isEmpty());
+    // An input goes in the width of the value set; what comes back is read
+    // as the driver declares it.
+    if (out) {
+      p.kind = kindOf(p.sqlType);
+    } else {
+      p.kind = null && p.sqlType != SQL_UNKNOWN_TYPE ? kindOf(p.sqlType) : kindOfValue(p.value);
+    }
+    SQLSMALLINT sqlType = p.sqlType != SQL_UNKNOWN_TYPE ? p.sqlType : infoOf(p.kind).sqlType;
+    SQLSMALLINT io = p.direction == SQL_PARAM_INPUT_OUTPUT ? SQL_PARAM_INPUT_OUTPUT
+                     : out                                 ? SQL_PARAM_OUTPUT
+                                                           : SQL_PARAM_INPUT;
+    p.indicator = null ? SQL_NULL_DATA : 0;
+    if (out) p.value = Variant();  // known once the statement is finished
+    SQLRETURN rc;
+    if (p.kind == Kind::Text) {
+      p.text = in && !null ? link_->codec.wide(toText(p.value)) : WideText();
+      size_t length = p.text.size();
+      if (!null) p.indicator = static_cast<SQLLEN>(length * sizeof(SQLWCHAR));
+      if (out) p.text.resize(std::max(outputCapacity(p.size), length));
+      p.text.push_back(0);
+      SQLULEN columnSize = std::max<SQLULEN>({p.size, length, 1});
+      rc = SQLBindParameter(h, number, io, SQL_C_WCHAR, sqlType, columnSize, 0, p.text.data(),
+                            static_cast<SQLLEN>(p.text.size() * sizeof(SQLWCHAR)), &p.indicator);
+    } else {
+      p.fixed = in && !null ? toFixed(p.kind, p.value) : FixedValue{};
+      rc = SQLBindParameter(h, number, io, infoOf(p.kind).cType, sqlType, p.size, p.digits,
+                            &p.fixed, sizeof p.fixed, &p.indicator);
+    }
+    statement_->check(rc, "binding parameter " + p.name);
+  }
+
+  std::shared_ptr<Link> link_;
+  int32_t type_ = ado::kCmdUnspecified;
+  std::string text_;
+  bool prepared_ = false;
+  bool derived_ = false;  ///< the driver was asked for the parameter list
+  bool listed_ = false;   ///< and it knew the procedure's parameters
+  std::shared_ptr<Parameters> parameters_ = std::make_shared<Parameters>();
+  std::shared_ptr<Statement> statement_;
+  std::string preparedText_;
+};
+
+}  // namespace
+
+std::shared_ptr<Command> OdbcConnectionImpl::NewCommand() {
+  link_->requireOpen();
+  return std::make_shared<OdbcCommand>();
+}
+
+}  // namespace brelvane::odbc::detail
