@@ -52,7 +52,7 @@ class Frame {
   void columns(std::initializer_list<std::string_view> captions) {
     object_.Arr_Fields = fieldsArray(captions);
   }
-  void columns(const std::vector<std::string>& captions) {
+  void columns(std::span<const std::string_view> captions) {
     object_.Arr_Fields = fieldsArray(captions);
   }
   /// Str_Caption from a message id (message text alone, no SQL preparation).

@@ -86,7 +86,7 @@ Variant makeFields(const Range& captions) {
 Variant fieldsArray(std::initializer_list<std::string_view> captions) {
   return makeFields(captions);
 }
-Variant fieldsArray(const std::vector<std::string>& captions) {
+Variant fieldsArray(std::span<const std::string_view> captions) {
   return makeFields(captions);
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,6 +63,6 @@ T& required(const std::shared_ptr<T>& p) {
 
 /// An Arr_Fields array (0 To 1, 0 To N-1): captions in row 0, "" in row 1.
 Variant fieldsArray(std::initializer_list<std::string_view> captions);
-Variant fieldsArray(const std::vector<std::string>& captions);
+Variant fieldsArray(std::span<const std::string_view> captions);
 
 }  // namespace brelvane

@@ -125,11 +125,11 @@ void projectLayout(Frame& f) {
 
 /// The captions of the standard columns; column 3 reads "costo" in the full
 /// list and "conto" in the filtered ones, deliberately.
-std::vector<std::string> standardCaptions(std::string proposalCaption) {
+std::vector<std::string_view> standardCaptions(std::string_view proposalCaption) {
   return {"Codice",
           "Descrizione",
           "Tipo costo/ricavo",
-          std::move(proposalCaption),
+          proposalCaption,
           "Tipo provenienza costo",
           "Tipo movimentazione dati",
           "Causale collegata",

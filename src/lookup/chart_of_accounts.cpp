@@ -145,7 +145,7 @@ void generalLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
 
 constexpr std::string_view kIndustrialAccountKinds = "(1,2,3,4,5,6,7,8,9,10)";
 
-void statusCaptions(std::vector<std::string>& captions, const std::string& statusColumns) {
+void statusCaptions(std::vector<std::string_view>& captions, const std::string& statusColumns) {
   if (statusColumns.empty()) return;
   captions.emplace_back("Disattivato");
   captions.emplace_back("Data Disattivazione");
@@ -155,7 +155,7 @@ void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
   const std::string statusColumns = ColonneStatoPdC(host, date);
-  std::vector<std::string> captions{
+  std::vector<std::string_view> captions{
       "Conto",          "Descrizione", "Tipo conto",   "Conto di riferimento",
       "Natura",         "UM",          "Costo ultimo", "Quadratura",
       "Raggruppamento", "Analitico",   "Provenienza"};
@@ -189,8 +189,8 @@ void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
   const std::string statusColumns = ColonneStatoPdC(host, date);
-  std::vector<std::string> captions{"Conto",       "Descrizione", "Natura", "Tipologia Natura",
-                                    "Provenienza", "Analitico"};
+  std::vector<std::string_view> captions{"Conto",       "Descrizione", "Natura", "Tipologia Natura",
+                                         "Provenienza", "Analitico"};
   statusCaptions(captions, statusColumns);
   captions.insert(captions.end(), {"UM", "Costo ultimo", "Raggruppamento"});
   f.columns(captions);

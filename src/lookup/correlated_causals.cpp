@@ -149,7 +149,7 @@ constexpr CorrelatedColumn kColumns[] = {
 /// host's current company, the correlations from the argument's. Each label
 /// is fetched as its line is written, 57 in all, repeats included.
 void correlatedCausals(Frame& f, int32_t flngCodiceDitta) {
-  std::vector<std::string> captions{"Codice", "Descrizione", "Alias"};
+  std::vector<std::string_view> captions{"Codice", "Descrizione", "Alias"};
   for (const CorrelatedColumn& c : kColumns) captions.emplace_back(c.caption);
   f.columns(captions);
   SqlText sql(8192);

@@ -55,8 +55,8 @@ std::shared_ptr<Command> proposalCommand(Frame& f, const ProposalLookup& row) {
 
 /// The parts of `text` between the bars: "" gives one empty part, a
 /// trailing bar a last empty one.
-std::vector<std::string> splitAtBars(std::string_view text) {
-  std::vector<std::string> parts;
+std::vector<std::string_view> splitAtBars(std::string_view text) {
+  std::vector<std::string_view> parts;
   for (size_t bar; (bar = text.find('|')) != std::string_view::npos; text.remove_prefix(bar + 1))
     parts.emplace_back(text.substr(0, bar));
   parts.emplace_back(text);
