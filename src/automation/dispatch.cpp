@@ -75,36 +75,36 @@ std::string_view paramTypeName(ParamType type) {
 
 namespace {
 
-char fold(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// Orders names as sameName compares them: ASCII letters folded.
-bool foldedLess(std::string_view a, std::string_view b) {
-  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                      [](char x, char y) { return fold(x) < fold(y); });
+/// FNV-1a of the name with ASCII letters folded, as sameName compares.
+uint64_t foldedHash(std::string_view name) {
+  uint64_t h = 14695981039346656037ull;
+  for (char c : name) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+  }
+  return h;
 }
 
 template <class Info>
-std::vector<uint32_t> orderOf(const std::vector<Info>& items) {
-  std::vector<uint32_t> order(items.size());
-  for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    return foldedLess(items[a].name, items[b].name);
-  });
-  return order;
+std::vector<std::pair<uint64_t, uint32_t>> indexOf(const std::vector<Info>& items) {
+  std::vector<std::pair<uint64_t, uint32_t>> index;
+  index.reserve(items.size());
+  for (uint32_t i = 0; i < items.size(); ++i) index.emplace_back(foldedHash(items[i].name), i);
+  std::sort(index.begin(), index.end());
+  return index;
 }
 
-/// The first item of that name: by binary search while the order is up to
-/// date, one by one otherwise.
+/// The first item of that name: through the index while it is up to date,
+/// one by one otherwise.
 template <class Info>
-const Info* find(const std::vector<Info>& items, const std::vector<uint32_t>& order,
-                 std::string_view name) {
-  if (order.size() == items.size()) {
-    auto hit = std::lower_bound(
-        order.begin(), order.end(), name,
-        [&](uint32_t i, std::string_view n) { return foldedLess(items[i].name, n); });
-    if (hit != order.end() && sameName(items[*hit].name, name)) return &items[*hit];
+const Info* find(const std::vector<Info>& items,
+                 const std::vector<std::pair<uint64_t, uint32_t>>& index, std::string_view name) {
+  if (index.size() == items.size()) {
+    const uint64_t h = foldedHash(name);
+    for (auto it =
+             std::lower_bound(index.begin(), index.end(), std::pair<uint64_t, uint32_t>{h, 0});
+         it != index.end() && it->first == h; ++it)
+      if (sameName(items[it->second].name, name)) return &items[it->second];
     return nullptr;
   }
   for (const auto& item : items)
@@ -115,16 +115,16 @@ const Info* find(const std::vector<Info>& items, const std::vector<uint32_t>& or
 }  // namespace
 
 void ClassInfo::index() {
-  propertyOrder_ = orderOf(properties);
-  methodOrder_ = orderOf(methods);
+  propertyIndex_ = indexOf(properties);
+  methodIndex_ = indexOf(methods);
 }
 
 const PropertyInfo* ClassInfo::findProperty(std::string_view name) const {
-  return find(properties, propertyOrder_, name);
+  return find(properties, propertyIndex_, name);
 }
 
 const MethodInfo* ClassInfo::findMethod(std::string_view name) const {
-  return find(methods, methodOrder_, name);
+  return find(methods, methodIndex_, name);
 }
 
 Variant ClassInfo::get(Dispatch& self, std::string_view name) const {

@@ -110,7 +110,7 @@ struct ClassInfo {
   /// Members by name, ignoring ASCII case; null when there is none.
   const PropertyInfo* findProperty(std::string_view name) const;
   const MethodInfo* findMethod(std::string_view name) const;
-  /// Sorts the name indexes; until then (or after the lists change) the
+  /// Builds the name indexes; until then (or after the lists change) the
   /// lookups above search the lists one by one.
   void index();
 
@@ -120,8 +120,9 @@ struct ClassInfo {
   Variant invoke(Dispatch& self, std::string_view name, std::span<Variant> args) const;
 
  private:
-  /// Positions in `properties` and `methods`, in case-folded name order.
-  std::vector<uint32_t> propertyOrder_, methodOrder_;
+  /// (hash of the case-folded name, position) of `properties` and `methods`,
+  /// in hash order.
+  std::vector<std::pair<uint64_t, uint32_t>> propertyIndex_, methodIndex_;
 };
 
 /// The object interface T of a Variant (13 when it holds another kind or an
