@@ -129,8 +129,10 @@ void chartAccount(Frame& f, const std::shared_ptr<Dispatch>& TextEdit, const Var
   const auto& connection = f.object().Connessione;
   std::string sql = connection ? chartQuery(f, *connection, CodicePdC) : eitherChartQuery();
   replaceAll(sql, "<CODICEPDC>", f.numericCode(CodicePdC));
-  replaceAll(sql, "<CONTO>", "'" + f.textCode(Conto) + "'");
-  replaceAll(sql, "<LINGUA>", "'" + language + "'");
+  // Appended rather than concatenated with +: GCC 12 at -O2 misreads
+  // "'" + std::string&& + "'" as an overlapping copy (-Wrestrict).
+  replaceAll(sql, "<CONTO>", std::string("'").append(f.textCode(Conto)).append("'"));
+  replaceAll(sql, "<LINGUA>", std::string("'").append(language).append("'"));
   f.sql(std::move(sql));
 }
 

@@ -12,6 +12,7 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
+#include "brelvane/export.h"
 #include "brelvane/host/ado.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
@@ -24,7 +25,7 @@ struct Access;
 
 /// Every lookup method is called by name (`invoke`); `brelvane list`
 /// shows them with their parameters.
-class CLSCI_LOOKUP final : public Dispatch {
+class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_LOOKUP";
   /// The class description: properties and lookup methods.
