@@ -11,20 +11,10 @@
 #include "cli/arguments.h"
 #include "cli/commands.h"
 #include "demo_host.h"
+#include "unit/tool_run.h"
 
 namespace brelvane::cli {
 namespace {
-
-struct Result {
-  int status;
-  std::string out, err;
-};
-
-Result tool(std::vector<std::string_view> args) {
-  std::ostringstream out, err;
-  int status = runTool(args, out, err);
-  return {status, out.str(), err.str()};
-}
 
 TEST(ToolValues, CommandLineFormsGiveTheirVariants) {
   EXPECT_EQ(parseValue("42"), Variant(int32_t{42}));

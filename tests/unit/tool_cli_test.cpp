@@ -10,20 +10,10 @@
 #include "cli/commands.h"
 #include "cli/names.h"
 #include "cli/scenario.h"
+#include "unit/tool_run.h"
 
 namespace brelvane::cli {
 namespace {
-
-struct Result {
-  int status;
-  std::string out, err;
-};
-
-Result tool(std::vector<std::string_view> args) {
-  std::ostringstream out, err;
-  int status = runTool(args, out, err);
-  return {status, out.str(), err.str()};
-}
 
 TEST(ToolNames, CaseAndAccentsDoNotMatter) {
   EXPECT_EQ(foldName("CausaliContabilitàIndustriale"), "causalicontabilitaindustriale");

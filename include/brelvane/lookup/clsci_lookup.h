@@ -55,7 +55,7 @@ class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
   friend struct internal::Access;
   struct {
     std::shared_ptr<UtilityObject> utility;
-    Variant languageCode;  ///< replaces <LINGUA>; set by the chart-of-accounts lookups
+    Variant languageCode;  ///< replaces `<LINGUA>`; set by the chart-of-accounts lookups
   } private_;
 };
 
