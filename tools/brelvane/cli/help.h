@@ -6,15 +6,16 @@ namespace brelvane::cli {
 inline constexpr const char* kToolHelp =
     R"(brelvane - drive the Brelvane automation component from the command line
 
-Usage:
-  brelvane run FILE.json          run a scenario file (- reads standard input)
-  brelvane call PROGID METHOD [ARG...]
-                                  make one call on the built-in demo host
-  brelvane list [--json] [PROGID] list the classes, their members and events
-  brelvane completion             print a bash completion script
-  brelvane help [COMMAND]         this text, or the options and details of one
-                                  command (also: brelvane COMMAND --help)
-  brelvane --version              the version of the tool and the library
+Usage: brelvane COMMAND [ARGUMENTS]
+
+Commands:
+  run FILE.json                run a scenario file (- reads standard input)
+  call PROGID METHOD [ARG...]  make one call on the built-in demo host
+  list [--json] [PROGID]       list the classes, their members and events
+  completion                   print a bash completion script
+  help [COMMAND]               this text, or the options and details of one
+                               command (also: brelvane COMMAND --help)
+  --version                    the version of the tool and the library
 
 Names of classes and members match whatever their case and accents
 (CausaliContabilitaIndustriale finds CausaliContabilitàIndustriale). In every
