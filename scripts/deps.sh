@@ -2,7 +2,7 @@
 # Installs the build and test dependencies that a fresh Debian machine lacks,
 # as root or through sudo. Extra arguments name more packages to install.
 set -euo pipefail
-packages=(cmake g++ make pkgconf nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
+packages=(cmake g++ make pkgconf nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
   help2man doxygen "$@")
 missing=()
 for p in "${packages[@]}"; do

@@ -11,6 +11,7 @@
 #include "cli/commands.h"
 #include "cli/help.h"
 #include "cli/names.h"
+#include "cli/parser.h"
 #include "demo_host.h"
 #include "standins/standins.h"
 
@@ -31,60 +32,44 @@ struct CallOptions {
   std::string catalogue;  // a file, or "" for the built-in one
   DemoCompany company;
   std::vector<std::pair<std::string, std::string>> sets;  // property, value text
-  std::vector<std::string_view> positional;               // PROGID METHOD ARG...
+  std::vector<std::string> positional;                    // PROGID METHOD ARG...
 };
 
-CallOptions readOptions(std::span<const std::string_view> args) {
+/// The options and operands of `call`; `help` tells whether --help came.
+CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
   CallOptions o;
-  bool options = true;
-  for (size_t i = 0; i < args.size(); ++i) {
-    std::string_view a = args[i];
-    if (!options || a.size() < 2 || a.substr(0, 2) != "--") {
-      o.positional.push_back(a);
-      continue;
-    }
-    if (a == "--") {
-      options = false;
-      continue;
-    }
-    if (a == "--json") {
-      o.json = true;
-      continue;
-    }
-    // Options with a value: --name VALUE or --name=VALUE.
-    std::string_view name = a, value;
-    if (auto eq = a.find('='); eq != std::string_view::npos) {
-      name = a.substr(0, eq);
-      value = a.substr(eq + 1);
-    } else if (name == "--company" || name == "--language" || name == "--mode" ||
-               name == "--catalog" || name == "--set") {
-      if (i + 1 >= args.size()) throw Stop{kBadInput, std::string(name) + " needs a value"};
-      value = args[++i];
-    }
-    auto parse = [&](std::string_view text) {
-      try {
-        return parseValue(text);
-      } catch (const std::invalid_argument& e) {
-        throw Stop{kBadInput, std::string(name).append(": ").append(e.what())};
-      }
-    };
-    if (name == "--company") {
-      o.company.code = parse(value);
-    } else if (name == "--language") {
-      o.company.languageCode = parse(value);
-    } else if (name == "--mode") {
-      o.company.companyMode = parse(value);
-    } else if (name == "--catalog") {
-      o.catalogue = std::string(value);
-    } else if (name == "--set") {
-      auto eq = value.find('=');
-      if (eq == std::string_view::npos || eq == 0)
-        throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
-      o.sets.emplace_back(std::string(value.substr(0, eq)), std::string(value.substr(eq + 1)));
-    } else {
-      throw Stop{kBadInput, "unknown option " + excerpt(name, 40)};
-    }
+  CommandParser parser;
+  std::string company, language, mode;
+  std::vector<std::string> sets;
+  auto& app = parser.app;
+  app.add_flag("--json", o.json);
+  auto* companyOption = app.add_option("--company", company);
+  auto* languageOption = app.add_option("--language", language);
+  auto* modeOption = app.add_option("--mode", mode);
+  app.add_option("--catalog", o.catalogue);
+  app.add_option("--set", sets)->allow_extra_args(false);  // one PROPERTY=VALUE each time
+  try {
+    parser.parse(args);
+  } catch (const std::invalid_argument& e) {
+    throw Stop{kBadInput, e.what()};
   }
+  help = parser.help;
+  auto value = [](std::string_view option, const std::string& text) {
+    try {
+      return parseValue(text);
+    } catch (const std::invalid_argument& e) {
+      throw Stop{kBadInput, std::string(option).append(": ").append(e.what())};
+    }
+  };
+  if (companyOption->count()) o.company.code = value("--company", company);
+  if (languageOption->count()) o.company.languageCode = value("--language", language);
+  if (modeOption->count()) o.company.companyMode = value("--mode", mode);
+  for (const auto& set : sets) {
+    auto eq = set.find('=');
+    if (eq == std::string::npos || eq == 0) throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
+    o.sets.emplace_back(set.substr(0, eq), set.substr(eq + 1));
+  }
+  o.positional = std::move(parser.operands);
   return o;
 }
 
@@ -301,7 +286,7 @@ void convertTo(ParamType type, const Variant& value) {
 /// Stops, naming the member, the parameter, its declared type and the value
 /// as typed, at the first argument its parameter cannot take.
 void checkArgumentTypes(const MethodInfo& method, const std::vector<Variant>& values,
-                        const std::vector<std::string_view>& typed) {
+                        const std::vector<std::string>& typed) {
   for (size_t i = 0; i < values.size() && i < method.params.size(); ++i) {
     const ParamInfo& p = method.params[i];
     if (values[i].isMissing()) continue;
@@ -331,7 +316,12 @@ class SwallowedErrors {
 };
 
 int call(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-  CallOptions o = readOptions(args);
+  bool help = false;
+  CallOptions o = readOptions(args, help);
+  if (help) {
+    out << kCallHelp;
+    return 0;
+  }
   if (o.positional.size() < 2)
     throw Stop{kBadInput, "expects PROGID METHOD [ARG...]; see brelvane call --help"};
   std::string progId(o.positional[0]), methodName(o.positional[1]);
@@ -444,10 +434,6 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
 }  // namespace
 
 int callCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-  if (splitCommandLine(args).help) {
-    out << kCallHelp;
-    return 0;
-  }
   try {
     return call(args, out, err);
   } catch (const Stop& stop) {

@@ -1,6 +1,5 @@
 #include "cli/commands.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -12,33 +11,10 @@
 
 #include "brelvane/version.h"
 #include "cli/help.h"
+#include "cli/parser.h"
 #include "cli/scenario.h"
 
 namespace brelvane::cli {
-
-CommandLine splitCommandLine(std::span<const std::string_view> args,
-                             std::initializer_list<std::string_view> withValue) {
-  CommandLine line;
-  for (size_t i = 0; i < args.size(); ++i) {
-    std::string_view a = args[i];
-    if (a == "--") {
-      line.operands.insert(line.operands.end(), args.begin() + static_cast<ptrdiff_t>(i) + 1,
-                           args.end());
-      break;
-    }
-    if (a == "--help" || a == "-h") {
-      line.help = true;
-    } else if (a.size() > 1 && a[0] == '-') {  // "-" alone is an operand (standard input)
-      line.options.push_back(a);
-      bool takesNext = a.find('=') == std::string_view::npos &&
-                       std::find(withValue.begin(), withValue.end(), a) != withValue.end();
-      if (takesNext && i + 1 < args.size()) line.options.push_back(args[++i]);
-    } else {
-      line.operands.push_back(a);
-    }
-  }
-  return line;
-}
 
 std::string readFile(const std::string& path) {
   std::error_code ec;
@@ -61,27 +37,28 @@ std::string excerpt(std::string_view text, size_t limit) {
 
 int runCommand(std::span<const std::string_view> args, std::istream& input, std::ostream& out,
                std::ostream& err) {
-  CommandLine line = splitCommandLine(args);
-  if (line.help) {
+  CommandParser parser;
+  try {
+    parser.parse(args);
+  } catch (const std::invalid_argument& e) {
+    err << "brelvane run: " << e.what() << "; see brelvane run --help\n";
+    return kBadInput;
+  }
+  if (parser.help) {
     out << kRunHelp;
     return 0;
   }
-  if (!line.options.empty()) {
-    err << "brelvane run: unknown option " << excerpt(line.options[0], 40)
-        << "; see brelvane run --help\n";
-    return kBadInput;
-  }
-  if (line.operands.size() != 1) {
+  if (parser.operands.size() != 1) {
     err << "brelvane run: expects one scenario file (or - for standard input); see brelvane run "
            "--help\n";
     return kBadInput;
   }
   std::string text;
-  if (line.operands[0] == "-") {
+  if (parser.operands[0] == "-") {
     text.assign(std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>());
   } else {
     try {
-      text = readFile(std::string(line.operands[0]));
+      text = readFile(parser.operands[0]);
     } catch (const std::runtime_error& e) {
       err << "brelvane run: " << e.what() << '\n';
       return kBadInput;

@@ -1,12 +1,10 @@
 #pragma once
 // The subcommands of the `brelvane` tool, callable in-process.
 
-#include <initializer_list>
 #include <iosfwd>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace brelvane::cli {
 
@@ -29,18 +27,6 @@ int callCommand(std::span<const std::string_view> args, std::ostream& out, std::
 int listCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 /// `brelvane completion`: a bash completion script for the tool.
 int completionCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
-
-/// A command's arguments, options apart from operands. Everything after the
-/// first "--" is an operand, "--help" included.
-struct CommandLine {
-  std::vector<std::string_view> options;   ///< in order, values not yet split off
-  std::vector<std::string_view> operands;  ///< in order
-  bool help = false;                       ///< --help or -h before any "--"
-};
-/// Splits `args`; `withValue` names the options that take the next argument
-/// as their value (unless written --name=VALUE).
-CommandLine splitCommandLine(std::span<const std::string_view> args,
-                             std::initializer_list<std::string_view> withValue = {});
 
 /// The whole content of a file. Raises std::runtime_error "cannot read
 /// PATH: REASON" (a directory is refused as such).

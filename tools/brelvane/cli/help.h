@@ -103,6 +103,8 @@ Options:
   --set PROPERTY=VALUE set a property before the call (repeatable, in order)
   --json               print the result as one JSON document
   --help               this text
+Options may come anywhere before "--"; after it every word is an argument
+(a text argument that starts with "-" and is no number goes there).
 
 Values (arguments, --set, --company, --language, --mode):
   42, -7               a Long; 2.5 a Double

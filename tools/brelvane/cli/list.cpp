@@ -13,6 +13,7 @@
 #include "cli/commands.h"
 #include "cli/help.h"
 #include "cli/names.h"
+#include "cli/parser.h"
 #include "standins/standins.h"
 
 namespace brelvane::cli {
@@ -267,34 +268,34 @@ complete -F _brelvane brelvane
 }  // namespace
 
 int listCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-  CommandLine line = splitCommandLine(args);
-  if (line.help) {
+  CommandParser parser;
+  bool json = false;
+  parser.app.add_flag("--json", json);
+  try {
+    parser.parse(args);
+  } catch (const std::invalid_argument& e) {
+    err << "brelvane list: " << e.what() << "; see brelvane list --help\n";
+    return kBadInput;
+  }
+  if (parser.help) {
     out << kListHelp;
     return 0;
   }
-  bool json = false;
-  for (auto option : line.options) {
-    if (option != "--json") {
-      err << "brelvane list: unknown option " << excerpt(option, 40)
-          << "; see brelvane list --help\n";
-      return kBadInput;
-    }
-    json = true;
-  }
-  if (line.operands.size() > 1) {
+  const auto& operands = parser.operands;
+  if (operands.size() > 1) {
     err << "brelvane list: expects at most one ProgID\n";
     return kBadInput;
   }
   ObjectFactory factory;
   registerBrelvane(factory);
   std::vector<const ClassInfo*> classes = registeredClasses(factory);
-  if (!line.operands.empty()) {
+  if (!operands.empty()) {
     std::vector<std::string> progIds;
     for (const auto* c : classes) progIds.push_back(c->progId);
-    auto found = matchName(line.operands[0], progIds);
+    auto found = matchName(operands[0], progIds);
     if (!found) {
-      err << "brelvane list: unknown ProgID " << excerpt(line.operands[0], 80)
-          << didYouMean(line.operands[0], progIds) << '\n';
+      err << "brelvane list: unknown ProgID " << excerpt(operands[0], 80)
+          << didYouMean(operands[0], progIds) << '\n';
       return kBadInput;
     }
     std::erase_if(classes, [&](const ClassInfo* c) { return c->progId != *found; });
@@ -315,12 +316,18 @@ int listCommand(std::span<const std::string_view> args, std::ostream& out, std::
 
 int completionCommand(std::span<const std::string_view> args, std::ostream& out,
                       std::ostream& err) {
-  CommandLine line = splitCommandLine(args);
-  if (line.help) {
+  CommandParser parser;
+  try {
+    parser.parse(args);
+  } catch (const std::invalid_argument& e) {
+    err << "brelvane completion: " << e.what() << '\n';
+    return kBadInput;
+  }
+  if (parser.help) {
     out << kCompletionHelp;
     return 0;
   }
-  if (!line.options.empty() || !line.operands.empty()) {
+  if (!parser.operands.empty()) {
     err << "brelvane completion: takes no arguments\n";
     return kBadInput;
   }

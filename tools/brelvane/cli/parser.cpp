@@ -1,0 +1,29 @@
+#include "cli/parser.h"
+
+#include <stdexcept>
+
+#include "cli/commands.h"
+
+namespace brelvane::cli {
+
+CommandParser::CommandParser() {
+  // The commands print their own help texts.
+  app.set_help_flag();
+  app.add_flag("-h,--help", help);
+  app.add_option("operands", operands);
+}
+
+void CommandParser::parse(std::span<const std::string_view> args) {
+  // CLI11 takes the arguments last first.
+  std::vector<std::string> reversed(args.rbegin(), args.rend());
+  try {
+    app.parse(reversed);
+  } catch (const CLI::ParseError& e) {
+    std::string reason = e.what();
+    for (char& c : reason)
+      if (c == '\n' || c == '\r') c = ' ';
+    throw std::invalid_argument(excerpt(reason, 160));
+  }
+}
+
+}  // namespace brelvane::cli

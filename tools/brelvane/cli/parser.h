@@ -1,0 +1,26 @@
+#pragma once
+// Reading a command's arguments (CLI11): options anywhere before "--",
+// operands in order, --help and -h, and a one-line reason for what does not
+// read. Each command adds its own options to `app` before parsing.
+
+#include <CLI/CLI.hpp>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brelvane::cli {
+
+struct CommandParser {
+  CommandParser();
+
+  CLI::App app;
+  bool help = false;
+  std::vector<std::string> operands;  ///< in order; everything after "--" too
+
+  /// Raises std::invalid_argument with a short one-line reason when the
+  /// arguments do not read.
+  void parse(std::span<const std::string_view> args);
+};
+
+}  // namespace brelvane::cli
