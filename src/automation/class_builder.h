@@ -268,7 +268,10 @@ class ClassBuilder {
   /// The properties registered so far, for rows that refer to them.
   const std::vector<PropertyInfo>& properties() const { return info_.properties; }
 
-  ClassInfo build() { return std::move(info_); }
+  ClassInfo build() {
+    info_.index();
+    return std::move(info_);
+  }
 
  private:
   template <class F>
@@ -280,17 +283,19 @@ class ClassBuilder {
     m.name = std::move(name);
     m.doc = std::move(doc);
     if constexpr (!std::is_void_v<R>) m.result = detail::Conv<std::remove_cvref_t<R>>::type;
-    const auto kinds = detail::paramKinds(static_cast<Args*>(nullptr));
-    for (size_t i = 0; i < specs.size(); ++i) {
-      ParamInfo p;
-      p.name = std::move(specs[i].name);
-      p.type = kinds[i].first;
-      p.typeName =
-          specs[i].typeName.empty() ? std::string(paramTypeName(p.type)) : specs[i].typeName;
-      p.byRef = kinds[i].second;
-      p.optional = specs[i].optional;
-      p.defaultValue = std::move(specs[i].defaultValue);
-      m.params.push_back(std::move(p));
+    if constexpr (Sig::arity > 0) {
+      const auto kinds = detail::paramKinds(static_cast<Args*>(nullptr));
+      for (size_t i = 0; i < Sig::arity; ++i) {
+        ParamInfo p;
+        p.name = std::move(specs[i].name);
+        p.type = kinds[i].first;
+        p.typeName =
+            specs[i].typeName.empty() ? std::string(paramTypeName(p.type)) : specs[i].typeName;
+        p.byRef = kinds[i].second;
+        p.optional = specs[i].optional;
+        p.defaultValue = std::move(specs[i].defaultValue);
+        m.params.push_back(std::move(p));
+      }
     }
     m.call = [fn = std::move(fn)](Dispatch& self, std::span<Variant> args) mutable {
       return detail::callWith<T, F, R>(static_cast<T&>(self), fn, args, static_cast<Args*>(nullptr),

@@ -1,6 +1,8 @@
 #include "brelvane/automation/dispatch.h"
 
 #include <algorithm>
+#include <array>
+#include <vector>
 
 namespace brelvane {
 
@@ -44,8 +46,8 @@ Variant Dispatch::invoke(std::string_view name, std::span<Variant> args) {
 
 bool sameName(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return fold(x) == fold(y);
+    return (x >= 'A' && x <= 'Z' ? static_cast<char>(x - 'A' + 'a') : x) ==
+           (y >= 'A' && y <= 'Z' ? static_cast<char>(y - 'A' + 'a') : y);
   });
 }
 
@@ -71,16 +73,58 @@ std::string_view paramTypeName(ParamType type) {
   return "Variant";
 }
 
-const PropertyInfo* ClassInfo::findProperty(std::string_view name) const {
-  for (const auto& p : properties)
-    if (sameName(p.name, name)) return &p;
+namespace {
+
+char fold(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Orders names as sameName compares them: ASCII letters folded.
+bool foldedLess(std::string_view a, std::string_view b) {
+  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                      [](char x, char y) { return fold(x) < fold(y); });
+}
+
+template <class Info>
+std::vector<uint32_t> orderOf(const std::vector<Info>& items) {
+  std::vector<uint32_t> order(items.size());
+  for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+    return foldedLess(items[a].name, items[b].name);
+  });
+  return order;
+}
+
+/// The first item of that name: by binary search while the order is up to
+/// date, one by one otherwise.
+template <class Info>
+const Info* find(const std::vector<Info>& items, const std::vector<uint32_t>& order,
+                 std::string_view name) {
+  if (order.size() == items.size()) {
+    auto hit = std::lower_bound(
+        order.begin(), order.end(), name,
+        [&](uint32_t i, std::string_view n) { return foldedLess(items[i].name, n); });
+    if (hit != order.end() && sameName(items[*hit].name, name)) return &items[*hit];
+    return nullptr;
+  }
+  for (const auto& item : items)
+    if (sameName(item.name, name)) return &item;
   return nullptr;
 }
 
+}  // namespace
+
+void ClassInfo::index() {
+  propertyOrder_ = orderOf(properties);
+  methodOrder_ = orderOf(methods);
+}
+
+const PropertyInfo* ClassInfo::findProperty(std::string_view name) const {
+  return find(properties, propertyOrder_, name);
+}
+
 const MethodInfo* ClassInfo::findMethod(std::string_view name) const {
-  for (const auto& m : methods)
-    if (sameName(m.name, name)) return &m;
-  return nullptr;
+  return find(methods, methodOrder_, name);
 }
 
 Variant ClassInfo::get(Dispatch& self, std::string_view name) const {
@@ -109,15 +153,29 @@ Variant ClassInfo::invoke(Dispatch& self, std::string_view name, std::span<Varia
     if (auto p = findProperty(name); p && p->canGet && args.empty()) return p->getter(self);
     unknownMember(name);
   }
-  if (args.size() > m->params.size()) throw AutomationError::of(err::kWrongArgumentCount, m->name);
-  // Arguments not passed are Missing; the callee's view always has every slot.
-  std::vector<Variant> slots(args.begin(), args.end());
-  slots.resize(m->params.size(), Variant::missing());
-  prepareArguments(*m, slots);
-  Variant result = m->call(self, slots);
-  // Only by-reference parameters hand a value back to the caller.
-  for (size_t i = 0; i < args.size(); ++i)
-    if (m->params[i].byRef) args[i] = std::move(slots[i]);
-  return result;
+  const size_t count = m->params.size();
+  if (args.size() > count) throw AutomationError::of(err::kWrongArgumentCount, m->name);
+  // Every argument there: the callee works on the caller's slots, which only
+  // by-reference parameters write to.
+  if (args.size() == count &&
+      std::none_of(args.begin(), args.end(), [](const Variant& a) { return a.isMissing(); }))
+    return m->call(self, args);
+  // Otherwise a copy, with the arguments not passed Missing then defaulted;
+  // only by-reference parameters hand a value back to the caller.
+  auto callWith = [&](std::span<Variant> slots) {
+    std::copy(args.begin(), args.end(), slots.begin());
+    for (size_t i = args.size(); i < count; ++i) slots[i] = Variant::missing();
+    prepareArguments(*m, slots);
+    Variant result = m->call(self, slots);
+    for (size_t i = 0; i < args.size(); ++i)
+      if (m->params[i].byRef) args[i] = std::move(slots[i]);
+    return result;
+  };
+  if (count <= 8) {
+    std::array<Variant, 8> slots;
+    return callWith(std::span<Variant>(slots.data(), count));
+  }
+  std::vector<Variant> slots(count);
+  return callWith(slots);
 }
 }  // namespace brelvane

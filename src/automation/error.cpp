@@ -11,6 +11,9 @@ AutomationError AutomationError::of(int32_t number, std::string detail) {
     case err::kOverflow:
       text = "Overflow";
       break;
+    case err::kOutOfMemory:
+      text = "Out of memory";
+      break;
     case err::kSubscript:
       text = "Subscript out of range";
       break;
@@ -24,7 +27,7 @@ AutomationError AutomationError::of(int32_t number, std::string detail) {
       text = "Invalid use of Null";
       break;
     case err::kCannotCreate:
-      text = "ActiveX component can't create object";
+      text = "Cannot create an object of that class";
       break;
     case err::kUnknownMember:
       text = "Object doesn't support this property or method";

@@ -1,10 +1,13 @@
 #include "brelvane/automation/variant.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <new>
+#include <stdexcept>
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/error.h"
@@ -163,9 +166,23 @@ bool operator==(const Variant& a, const Variant& b) {
 // ---- SafeArray ----------------------------------------------------------------
 
 SafeArray::SafeArray(std::vector<Bound> bounds) : bounds_(std::move(bounds)) {
-  size_t n = bounds_.empty() ? 0 : 1;
-  for (const auto& b : bounds_) n *= b.count();
-  elements_.resize(n);
+  // The product is checked factor by factor, so it can never wrap.
+  constexpr uint64_t kMaxElements = std::numeric_limits<int32_t>::max();
+  const bool empty = bounds_.empty() || std::any_of(bounds_.begin(), bounds_.end(),
+                                                    [](const Bound& b) { return b.count() == 0; });
+  uint64_t n = empty ? 0 : 1;
+  for (const auto& b : bounds_) {
+    if (empty) break;
+    if (n > kMaxElements / b.count()) throw AutomationError::of(err::kOverflow);
+    n *= b.count();
+  }
+  try {
+    elements_.resize(static_cast<size_t>(n));
+  } catch (const std::bad_alloc&) {
+    throw AutomationError::of(err::kOutOfMemory);
+  } catch (const std::length_error&) {
+    throw AutomationError::of(err::kOutOfMemory);
+  }
 }
 
 size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
@@ -174,7 +191,7 @@ size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
   auto b = bounds_.begin();
   for (int32_t i : index) {
     if (i < b->lower || i > b->upper) throw AutomationError::of(err::kSubscript);
-    off = off * b->count() + static_cast<size_t>(i - b->lower);
+    off = off * static_cast<size_t>(b->count()) + static_cast<size_t>(int64_t{i} - b->lower);
     ++b;
   }
   return off;

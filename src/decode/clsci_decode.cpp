@@ -34,7 +34,8 @@ const ClassInfo& CLSCI_DECODE::registration() {
                   "reference date for disabled accounts (Null: none)");
     // The decoder families, in interface order.
     for (auto family :
-         {decode::registerSingleTables, decode::registerProviders, decode::registerChartOfAccounts})
+         {decode::registerSingleTables, decode::registerCodeTables, decode::registerProviders,
+          decode::registerCausalCodes, decode::registerEntities, decode::registerChartOfAccounts})
       family(b);
     return b.build();
   }();

@@ -7,7 +7,10 @@
 namespace brelvane::decode {
 
 void registerSingleTables(Builder& b);
+void registerCodeTables(Builder& b);
 void registerProviders(Builder& b);
+void registerCausalCodes(Builder& b);
+void registerEntities(Builder& b);
 void registerChartOfAccounts(Builder& b);
 
 }  // namespace brelvane::decode

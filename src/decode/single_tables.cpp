@@ -1,28 +1,202 @@
-// Decoders that read one description column of one table by its key.
+// Decoders that read one description column of one table by its key:
+// cost natures, allocation runs and their registries, corrections,
+// expressions, cost drivers, cost sheets, document types and sub-types,
+// ledger sections, and the four processing-run checks, which take no control
+// and only tell the host whether the run exists.
 #include "decode/families.h"
+#include "decode/keyed.h"
 
 namespace brelvane::decode {
 
 namespace {
 
-/// NaturaCosto: PC04_DESCR of the cost nature, through the company's
-/// description function.
-void costNature(Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
-                const Variant& CodiceNaturaCosto) {
-  f.descriptor(TextEdit, "PC04_DESCR");
-  SqlText sql(256);
-  sql.line(" SELECT (SELECT PC04_DESCR FROM FNPC04_NATURECOSTI(PC04_CODICE,",
-           f.host.companyCodeText(), ")) AS PC04_DESCR ");
-  sql.line(" FROM   PC04_NATURECOSTI      WITH(NOLOCK)          ");
-  sql.line(" WHERE  PC04_CODICE = ", f.numericCode(CodiceNaturaCosto));
-  f.sql(sql);
-}
+constexpr Param kTextEdit{"TextEdit", Kind::Control};
+constexpr Param kCompanyArg{"flngCodiceDitta", Kind::Long};
+constexpr Param kRunNumber{"flngNumeroElaborazione", Kind::Long};
+
+// The cost-sheet structure is made of three-character segments: a segment
+// counts only at a boundary (1, 4, ..., 19, seven segments at most).
+constexpr Line kNoVdsSegment{
+    "    PATINDEX('%VDS%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"};
+
+constexpr KeyedDecoder kSingleTables[] = {
+    {.name = "NaturaCosto",
+     .doc = "cost nature",
+     .params = {kTextEdit, {"CodiceNaturaCosto", Kind::Code}},
+     .column = "PC04_DESCR",
+     .lines = {{" SELECT (SELECT PC04_DESCR FROM FNPC04_NATURECOSTI(PC04_CODICE,", kCompany,
+                ")) AS PC04_DESCR "},
+               {" FROM   PC04_NATURECOSTI      WITH(NOLOCK)          "},
+               {" WHERE  PC04_CODICE = ", 1}},
+     .finalBreak = true},
+    {.name = "Ribaltamento",
+     .doc = "allocation",
+     .params = {kTextEdit, {"CodiceRibaltamento", Kind::TextCode}},
+     .column = "CI24_DESCRIZIONE",
+     .lines = {{" SELECT"},
+               {"   CI24_DESCRIZIONE"},
+               {" FROM"},
+               {"   CI24_RIBALTAMENTI"},
+               {" WHERE"},
+               {"   CI24_CODICE = '", 1, "'"}}},
+    {.name = "AnagraficaRibaltamento",
+     .doc = "allocation registry",
+     .params = {kTextEdit, kCompanyArg, {"fstrCodiceRibaltamento", Kind::Text}},
+     .column = "CI50_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI50_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI50_ANAGRIB"},
+               {"WHERE"},
+               {"    CI50_DITTA_CG18 = ", 1},
+               {"    AND CI50_RIBALTAMENTO = '", 2, "'"}}},
+    {.name = "AnagraficaRettifica",
+     .doc = "balance-adjustment registry",
+     .params = {kTextEdit, kCompanyArg, {"fstrCodiceRettifica", Kind::Text}},
+     .column = "CI60_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI60_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI60_ANAGRETT"},
+               {"WHERE"},
+               {"    CI60_DITTA_CG18 = ", 1},
+               {"    AND CI60_RETTIFICA = '", 2, "'"}}},
+    {.name = "Espressione",
+     .doc = "expression",
+     .params = {kTextEdit, {"flngCodiceEspressione", Kind::Long}},
+     .column = "CI54_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI54_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI54_ESPRESSIONI"},
+               {"WHERE"},
+               {"    CI54_CODESP = ", 1}}},
+    {.name = "ElaborazioneRibaltamento",
+     .doc = "allocation run check (no control)",
+     .params = {kCompanyArg, kRunNumber},
+     .column = "CI27_NUMELABORAZIONE",
+     .lines = {{" SELECT"},
+               {"   CI27_NUMELABORAZIONE"},
+               {" FROM"},
+               {"   CI27_ELABRIBTESTATA"},
+               {" WHERE"},
+               {"   CI27_DITTA_CG18 = ", 0},
+               {"   AND CI27_NUMELABORAZIONE = ", 1}}},
+    {.name = "RibaltamentoCostiIndiretti",
+     .doc = "indirect-cost allocation run check (no control)",
+     .params = {kCompanyArg, kRunNumber},
+     .column = "CI55_NUMELABORAZIONE",
+     .lines = {{"SELECT"},
+               {"    CI55_NUMELABORAZIONE"},
+               {"FROM"},
+               {"    CI55_ELABRIB"},
+               {"WHERE"},
+               {"    CI55_DITTA_CG18 = ", 0},
+               {"    AND CI55_NUMELABORAZIONE = ", 1}}},
+    {.name = "RettificaSaldi",
+     .doc = "balance-adjustment run check (no control)",
+     .params = {kCompanyArg, kRunNumber},
+     .column = "CI62_NUMELABORAZIONE",
+     .lines = {{"SELECT"},
+               {"    CI62_NUMELABORAZIONE"},
+               {"FROM"},
+               {"    CI62_ELABRETT"},
+               {"WHERE"},
+               {"    CI62_DITTA_CG18 = ", 0},
+               {"    AND CI62_NUMELABORAZIONE = ", 1}}},
+    {.name = "ElaborazioneAmmCespiti",
+     .doc = "fixed-asset depreciation run check (no control)",
+     .params = {kCompanyArg, kRunNumber},
+     .column = "CI43_PROG",
+     .lines = {{"SELECT"},
+               {"    CI43_PROG"},
+               {"FROM"},
+               {"    CI43_ELAMMCESP"},
+               {"WHERE"},
+               {"    CI43_DITTA_CG18 = ", 0},
+               {"    AND CI43_PROG = ", 1}}},
+    {.name = "CostDriver",
+     .doc = "cost driver",
+     .params = {kTextEdit, {"CodiceCostDriver", Kind::TextCode}},
+     .column = "CI20_DESCRIZIONE",
+     .lines = {{"SELECT CI20_DESCRIZIONE FROM CI20_COSTDRIVER WHERE CI20_CODICE = '", 1, "'"}}},
+    {.name = "AnagraficaSchedaCosti",
+     .doc = "cost sheet",
+     .params = {kTextEdit, {"fstrCodice", Kind::Text}},
+     .column = "CI28_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI28_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI28_ANASCHEDAC"},
+               {"WHERE"},
+               {"    CI28_CODICE = '", 1, "'"}}},
+    {.name = "AnagraficaSchedaCostiPerConto",
+     .doc = "cost sheet without a VDS segment",
+     .params = {kTextEdit, {"fstrCodice", Kind::Text}},
+     .column = "CI28_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI28_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI28_ANASCHEDAC"},
+               {"WHERE"},
+               kNoVdsSegment,
+               {"    AND CI28_CODICE = '", 1, "'"}}},
+    {.name = "AnagraficaSchedeCostiPerAutomatiche",
+     .doc = "cost sheet without VDS, PRO, SPR, COM or SCM segments",
+     .params = {kTextEdit, {"fstrCodice", Kind::Text}},
+     .column = "CI28_DESCRIZIONE",
+     .lines = {{"SELECT"},
+               {"    CI28_DESCRIZIONE"},
+               {"FROM"},
+               {"    CI28_ANASCHEDAC"},
+               {"WHERE"},
+               kNoVdsSegment,
+               {"    AND PATINDEX('%PRO%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"},
+               {"    AND PATINDEX('%SPR%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"},
+               {"    AND PATINDEX('%COM%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"},
+               {"    AND PATINDEX('%SCM%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"},
+               {"    AND CI28_CODICE = '", 1, "'"}}},
+    {.name = "TipoDocumento",
+     .doc = "document type",
+     .params = {kTextEdit, {"CodiceTipoDocumento", Kind::Code}},
+     .column = "DO01_DESCR",
+     .lines = {{" SELECT"},
+               {"    DO01_DESCR"},
+               {" FROM"},
+               {"    DO01_TIPIDOC"},
+               {" WHERE"},
+               {"    DO01_TIPODOC = ", 1}}},
+    // Both codes go in as the utility object writes SQL values (NULL for
+    // a Null code), not through ValueOrDefault.
+    {.name = "SottotipoDocumento",
+     .doc = "document sub-type",
+     .params = {kTextEdit,
+                {"fvarCodiceTipoDocumento", Kind::SqlValue},
+                {"fvarCodiceSottotipoDocumento", Kind::SqlValue}},
+     .column = "DO02_DESCR",
+     .lines = {{" SELECT  DO02_DESCR                  "},
+               {" FROM    DO02_STIPIDOC  WITH(NOLOCK) "},
+               {" WHERE   DO02_TIPODOC_DO01 = ", 1},
+               {" AND     DO02_STIPODOC = ", 2}}},
+    // flngDitta is part of the interface but the host's current company
+    // filters.
+    {.name = "Sezionali",
+     .doc = "ledger section of the current company",
+     .params = {kTextEdit, {"flngDitta", Kind::Long}, {"fstrSezionale", Kind::Text}},
+     .column = "CG68_DESCSEZ",
+     .lines =
+         {{" SELECT                                  "},
+          {"       (SELECT CG68_DESCSEZ FROM FNCG68_NUMERDESC(CG68_SEZIONALE,CG68_DITTA_CG18)) "
+           "AS CG68_DESCSEZ "},
+          {" FROM   CG68_NUMERDESC   WITH(NOLOCK)     "},
+          {" WHERE  CG68_DITTA_CG18 = ", kCompany},
+          {" AND    CG68_SEZIONALE = '", 2, "'"}}},
+};
 
 }  // namespace
 
 void registerSingleTables(Builder& b) {
-  b.method("NaturaCosto", member(costNature), {arg("TextEdit"), arg("CodiceNaturaCosto")},
-           "cost nature");
+  registerKeyed<kSingleTables>(b);
 }
 
 }  // namespace brelvane::decode

@@ -31,8 +31,20 @@ const ClassInfo& CLSCI_LOOKUP::registration() {
         .property("DataValiditaConti", &T::DataValiditaConti, {}, {},
                   "reference date for disabled accounts (Null: none)");
     // The lookup families, in interface order.
-    for (auto family :
-         {lookup::registerCodeTables, lookup::registerChartOfAccounts, lookup::registerCausalCodes})
+    for (auto family : {
+             lookup::registerCodeTables,
+             lookup::registerChartOfAccounts,
+             lookup::registerCausalCodes,
+             lookup::registerProposals,
+             lookup::registerAllocations,
+             lookup::registerProviders,
+             lookup::registerProcessingRuns,
+             lookup::registerCostSheets,
+             lookup::registerEntities,
+             lookup::registerCorrelatedCausals,
+             lookup::registerDocuments,
+             lookup::registerRegistrationBridge,
+         })
       family(b);
     return b.build();
   }();

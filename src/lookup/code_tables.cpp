@@ -1,5 +1,6 @@
 // Code table lookups: cost natures and the classifications of CI90_INDICATORI.
 #include "compose/case_column.h"
+#include "compose/indicators.h"
 #include "lookup/families.h"
 
 namespace brelvane::lookup {
@@ -10,24 +11,25 @@ namespace {
 // convert a plain literal inside such an initializer list.
 using namespace std::literals;
 
+// The common branch head: six blanks, WHEN, the value right-aligned in two.
+constexpr BranchForm kIndicatorForm{.when = "      WHEN ", .then = " THEN '", .width = 2};
+constexpr std::initializer_list<std::string_view> kIndicatorOpen{"  , CASE CI90_VALORE"sv};
+constexpr std::initializer_list<std::string_view> kIndicatorClose{"    END"sv,
+                                                                  "   AS    CI90_DESCRIZIONE"sv};
+
 /// One classification of CI90_INDICATORI: the member, its caption and id,
-/// the code it lists and the CASE over CI90_VALORE, whose spacing differs
-/// from one member to the next.
+/// the classification, and the spacing of its CASE, which differs from one
+/// member to the next.
 struct IndicatorLookup {
   std::string_view name;
   std::string_view doc;
   std::string_view id;
   int32_t caption;
-  int32_t code;  ///< CI90_CODICE
-  CaseColumn column;
+  const Indicator* indicator;
+  BranchForm form = kIndicatorForm;
+  std::string_view otherwise = "      ELSE  CI90_DESCRIZIONE";  ///< when values fall back
+  std::initializer_list<std::string_view> close = kIndicatorClose;
 };
-
-// The common branch head: six blanks, WHEN, the value right-aligned in two.
-constexpr BranchForm kIndicatorForm{.when = "      WHEN ", .then = " THEN '", .width = 2};
-constexpr CaseElse kStoredDescription{"      ELSE  CI90_DESCRIZIONE"};
-constexpr std::initializer_list<std::string_view> kIndicatorOpen{"  , CASE CI90_VALORE"sv};
-constexpr std::initializer_list<std::string_view> kIndicatorClose{"    END"sv,
-                                                                  "   AS    CI90_DESCRIZIONE"sv};
 
 constexpr IndicatorLookup kIndicatorLookups[] = {
     // Spaced differently from the other members: seven blanks before WHEN,
@@ -36,92 +38,57 @@ constexpr IndicatorLookup kIndicatorLookups[] = {
      .doc = "cost origins",
      .id = "Lkp_ProvenienzeCosti",
      .caption = 74758,
-     .code = 1,
-     .column = {.open = kIndicatorOpen,
-                .form = {.when = "       WHEN ", .then = " THEN '", .width = 2},
-                .branches = {{0, 67538}, {1, 75180}, {2, 16671}, {3, 16618}},
-                .otherwise = {"    ELSE  CI90_DESCRIZIONE"},
-                .close = {"    END"sv, "   AS   CI90_DESCRIZIONE"sv}}},
+     .indicator = &kCostOrigins,
+     .form = {.when = "       WHEN ", .then = " THEN '", .width = 2},
+     .otherwise = "    ELSE  CI90_DESCRIZIONE",
+     .close = {"    END"sv, "   AS   CI90_DESCRIZIONE"sv}},
     // No ELSE: a value outside 1 to 10 shows NULL.
     {.name = "TipiContiCoin",
      .doc = "industrial account kinds",
      .id = "Lkp_TipiContiCoin",
      .caption = 74760,
-     .code = 7,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{1, 84689},
-                             {2, 85258},
-                             {3, 14234},
-                             {4, 10643},
-                             {5, 35336},
-                             {6, 36548},
-                             {7, 36959},
-                             {8, 84937},
-                             {9, 49888},
-                             {10, 84543}},
-                .otherwise = {},
-                .close = kIndicatorClose}},
+     .indicator = &kIndustrialAccountKinds},
     {.name = "TipiAttivita",
      .doc = "activity kinds",
      .id = "Lkp_TipiAttivita",
      .caption = 74761,
-     .code = 6,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{0, 39797}, {1, 34030}, {2, 26159}},
-                .otherwise = kStoredDescription,
-                .close = kIndicatorClose}},
+     .indicator = &kActivityKinds},
     {.name = "VariabilitaCosti",
      .doc = "cost variability",
      .id = "Lkp_VariabilitaCosti",
      .caption = 74762,
-     .code = 5,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{0, 39154}, {1, 16666}, {2, 16786}, {3, 16884}},
-                .otherwise = kStoredDescription,
-                .close = kIndicatorClose}},
+     .indicator = &kCostVariability},
     // The labels of cost and revenue are those NatureCosti uses for 1 and 2.
     {.name = "NatureCausali",
      .doc = "causal natures",
      .id = "Lkp_NatureCausali",
      .caption = 74763,
-     .code = 2,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{0, 16572}, {1, 48931}},
-                .otherwise = kStoredDescription,
-                .close = kIndicatorClose}},
+     .indicator = &kCausalNatures},
     {.name = "TipoCliFor",
      .doc = "customer or supplier",
      .id = "Lkp_TipoCliFor",
      .caption = 74764,
-     .code = 8,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{0, 39333}, {1, 11180}, {2, 27554}},
-                .otherwise = kStoredDescription,
-                .close = kIndicatorClose}},
+     .indicator = &kCustomerSupplier},
     {.name = "StatoRegCogeCoin",
      .doc = "registration states",
      .id = "Lkp_StatoRegCogeCoin",
      .caption = 74765,
-     .code = 9,
-     .column = {.open = kIndicatorOpen,
-                .form = kIndicatorForm,
-                .branches = {{0, 17504}, {1, 17598}, {2, 75885}},
-                .otherwise = kStoredDescription,
-                .close = kIndicatorClose}},
+     .indicator = &kRegistrationStates},
 };
 
 void indicatorLookup(Frame& f, const IndicatorLookup& member) {
   f.columns({"Codice", "Descrizione"});
   SqlText sql;
   sql.line(" SELECT  CI90_VALORE");
-  appendCase(sql, f.host, member.column);
+  const Indicator& indicator = *member.indicator;
+  appendCase(sql, f.host,
+             {.open = kIndicatorOpen,
+              .form = member.form,
+              .branches = indicator.labels,
+              .otherwise = indicator.storedFallback ? CaseElse{member.otherwise} : CaseElse{},
+              .close = member.close});
   sql.line(" FROM    CI90_INDICATORI   WITH(NOLOCK)");
-  sql.line(" WHERE   CI90_CODICE = ", member.code);
+  sql.line(" WHERE   CI90_CODICE = ", indicator.code);
   sql.line(" ORDER BY CI90_VALORE ASC");
   f.sql(sql);
   f.caption(member.caption);

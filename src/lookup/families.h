@@ -9,5 +9,14 @@ namespace brelvane::lookup {
 void registerCodeTables(Builder& b);
 void registerChartOfAccounts(Builder& b);
 void registerCausalCodes(Builder& b);
+void registerProposals(Builder& b);
+void registerAllocations(Builder& b);
+void registerProviders(Builder& b);
+void registerProcessingRuns(Builder& b);
+void registerCostSheets(Builder& b);
+void registerEntities(Builder& b);
+void registerCorrelatedCausals(Builder& b);
+void registerDocuments(Builder& b);
+void registerRegistrationBridge(Builder& b);
 
 }  // namespace brelvane::lookup

@@ -115,6 +115,31 @@ TEST(Dispatch, PropertiesFollowTheirAccess) {
   EXPECT_EQ(s.Anything.object(), other);
 }
 
+TEST(Dispatch, AnObjectWithoutAClassDescriptionHasNoMembers) {
+  Dispatch plain;
+  std::vector<Variant> none;
+  EXPECT_EQ(errorOf([&] { plain.get("X"); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { plain.put("X", Variant()); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { plain.putRef("X", Variant::nothing()); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { plain.invoke("X", none); }), err::kUnknownMember);
+}
+
+TEST(Dispatch, PropertiesAndMethodsReadEachOthersWay) {
+  Sample s;
+  s.Text = "t";
+  std::vector<Variant> none;
+  EXPECT_EQ(s.invoke("Text", none), Variant("t"));  // a property read as a call
+  EXPECT_EQ(s.get("Sort"), Variant("missing"));     // a method without arguments read
+  std::vector<Variant> one{Variant(int32_t{1})};
+  EXPECT_EQ(errorOf([&] { s.invoke("Text", one); }), err::kUnknownMember);
+  EXPECT_EQ(errorOf([&] { s.putRef("Anything", Variant("not an object")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([&] { s.put("Twice", Variant()); }), err::kUnknownMember);
+  for (ParamType t : {ParamType::Variant, ParamType::Boolean, ParamType::Integer, ParamType::Long,
+                      ParamType::Double, ParamType::String, ParamType::Date, ParamType::Object})
+    EXPECT_FALSE(paramTypeName(t).empty());
+  EXPECT_EQ(paramTypeName(ParamType::Date), "Date");
+}
+
 TEST(Factory, CreatesByProgIdCaseInsensitively) {
   ObjectFactory f;
   f.add(

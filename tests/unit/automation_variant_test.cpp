@@ -1,6 +1,8 @@
 // Conversions and comparisons the component depends on.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/variant.h"
 #include "fixture.h"
@@ -92,6 +94,94 @@ TEST(SafeArrayTest, BoundsAndRowMajorLayout) {
   Variant v(a), w = v;
   w.array().at({0, 2}) = Variant(int32_t{1});
   EXPECT_TRUE(v.array().at({0, 2}).isEmpty());
+}
+
+TEST(SafeArrayTest, ElementCountsThatOverflowRaiseInsteadOfWrapping) {
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  EXPECT_EQ((Bound{kMin, kMax}.count()), uint64_t{1} << 32);
+  EXPECT_EQ((Bound{kMax, kMin}.count()), 0u);
+  // 2^32 x 2^32 elements would wrap a 64-bit count to 0.
+  EXPECT_EQ(errorOf([] { SafeArray({Bound{kMin, kMax}, Bound{kMin, kMax}}); }), err::kOverflow);
+  EXPECT_EQ(errorOf([] { SafeArray({Bound{0, 65535}, Bound{0, 65535}}); }), err::kOverflow);
+  // An empty dimension makes an empty array, however wide the others.
+  SafeArray empty({Bound{kMin, kMax}, Bound{1, 0}});
+  EXPECT_TRUE(empty.elements().empty());
+  EXPECT_EQ(errorOf([&] { empty.at({0, 0}); }), err::kSubscript);
+  SafeArray wide({Bound{kMax - 1, kMax}});
+  wide.at({kMax}) = Variant("last");
+  EXPECT_EQ(wide.elements()[1], Variant("last"));
+}
+
+TEST(VariantAccess, ExactAccessRaisesOnAnyOtherKind) {
+  const Variant kinds[] = {
+      Variant(),           Variant::null(),      Variant(true),     Variant(int16_t{1}),
+      Variant(int32_t{1}), Variant(1.5),         Variant(Date{}),   Variant("x"),
+      Variant::nothing(),  Variant(SafeArray()), Variant::missing()};
+  for (size_t i = 0; i < std::size(kinds); ++i) {
+    const Variant& v = kinds[i];
+    EXPECT_EQ(typeName(v.type()), typeName(static_cast<VarType>(i)));
+    EXPECT_EQ(errorOf([&] { v.boolean(); }) == 0, v.type() == VarType::Boolean) << i;
+    EXPECT_EQ(errorOf([&] { v.string(); }) == 0, v.isString()) << i;
+    EXPECT_EQ(errorOf([&] { v.date(); }) == 0, v.type() == VarType::Date) << i;
+    EXPECT_EQ(errorOf([&] { v.object(); }) == 0, v.isObject()) << i;
+    EXPECT_EQ(errorOf([&] { v.array(); }) == 0, v.isArray()) << i;
+    EXPECT_EQ(errorOf([&] { v.number(); }) == 0, v.isNumeric()) << i;
+  }
+  EXPECT_EQ(typeName(VarType::Missing), "Missing");
+}
+
+TEST(VariantEquality, StructuralByKindAndObjectsByIdentity) {
+  auto a = std::make_shared<Dispatch>(), b = std::make_shared<Dispatch>();
+  EXPECT_EQ(Variant(a), Variant(a));
+  EXPECT_NE(Variant(a), Variant(b));
+  EXPECT_NE(Variant(int16_t{1}), Variant(int32_t{1}));  // same value, other kind
+  EXPECT_EQ(Variant(Date{2026, 1, 2}), Variant(Date{2026, 1, 2}));
+  EXPECT_EQ(Variant::null(), Variant::null());
+  EXPECT_EQ(Variant::missing(), Variant::missing());
+  SafeArray x({Bound{0, 1}}), y({Bound{0, 1}});
+  y.at({1}) = Variant("y");
+  Variant vx(x), vy(y);
+  EXPECT_NE(vx, vy);
+  vx = vy;  // arrays copy by value
+  vy.array().at({0}) = Variant("changed");
+  EXPECT_NE(vx, vy);
+  EXPECT_EQ(vx.array().at({1}), Variant("y"));
+  // Comparisons with a number or a text never raise.
+  EXPECT_TRUE(equals(Variant(true), -1));
+  EXPECT_TRUE(equals(Variant(), 0));
+  EXPECT_FALSE(equals(Variant(a), 0));
+  EXPECT_FALSE(equals(Variant(Date{}), "1899-12-30T00:00:00"));
+  EXPECT_TRUE(equals(Variant(), ""));
+  EXPECT_TRUE(equals(Variant(int32_t{2}), "2"));
+  EXPECT_FALSE(equals(Variant::nothing(), ""));
+}
+
+TEST(VariantConversion, BooleansAndDates) {
+  EXPECT_TRUE(toBool(Variant("TRUE")));
+  EXPECT_FALSE(toBool(Variant("false")));
+  EXPECT_TRUE(toBool(Variant("-1")));
+  EXPECT_FALSE(toBool(Variant()));
+  EXPECT_EQ(errorOf([] { toBool(Variant("yes")); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toBool(Variant::null()); }), err::kInvalidNull);
+  EXPECT_EQ(toDate(Variant("2026-11-22T10:30")), (Date{2026, 11, 22, 10, 30, 0}));
+  EXPECT_EQ(errorOf([] { toDate(Variant::null()); }), err::kInvalidNull);
+  EXPECT_EQ(errorOf([] { toDate(Variant(int32_t{5})); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([] { toDouble(Variant::nothing()); }), err::kTypeMismatch);
+  EXPECT_EQ(toDouble(Variant(true)), -1);
+}
+
+TEST(AutomationErrors, CarryTheirStandardDescriptions) {
+  EXPECT_EQ(AutomationError::of(err::kInvalidCall).description,
+            "Invalid procedure call or argument");
+  EXPECT_EQ(AutomationError::of(err::kSubscript, "x").description, "Subscript out of range: x");
+  EXPECT_EQ(AutomationError::of(err::kObjectNotSet).description,
+            "Object variable or With block variable not set");
+  EXPECT_EQ(AutomationError::of(err::kCannotCreate).description,
+            "Cannot create an object of that class");
+  EXPECT_EQ(AutomationError::of(err::kOutOfMemory).description, "Out of memory");
+  EXPECT_EQ(AutomationError::of(12345).description, "Automation error 12345");
+  EXPECT_EQ(AutomationError::of(err::kOverflow).source, "Brelvane");
 }
 
 }  // namespace

@@ -108,13 +108,21 @@ struct BRELVANE_API ClassInfo {
   std::vector<EventInfo> events;
   std::vector<EnumInfo> enums;
 
+  /// Members by name, ignoring ASCII case; null when there is none.
   const PropertyInfo* findProperty(std::string_view name) const;
   const MethodInfo* findMethod(std::string_view name) const;
+  /// Sorts the name indexes; until then (or after the lists change) the
+  /// lookups above search the lists one by one.
+  void index();
 
   Variant get(Dispatch& self, std::string_view name) const;
   void put(Dispatch& self, std::string_view name, const Variant& value) const;
   void putRef(Dispatch& self, std::string_view name, const Variant& value) const;
   Variant invoke(Dispatch& self, std::string_view name, std::span<Variant> args) const;
+
+ private:
+  /// Positions in `properties` and `methods`, in case-folded name order.
+  std::vector<uint32_t> propertyOrder_, methodOrder_;
 };
 
 /// The object interface T of a Variant (13 when it holds another kind or an

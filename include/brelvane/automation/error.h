@@ -13,6 +13,7 @@ namespace brelvane {
 namespace err {
 inline constexpr int32_t kInvalidCall = 5;      ///< invalid procedure call or argument
 inline constexpr int32_t kOverflow = 6;         ///< number out of range of its target type
+inline constexpr int32_t kOutOfMemory = 7;      ///< an allocation failed
 inline constexpr int32_t kSubscript = 9;        ///< array index out of bounds
 inline constexpr int32_t kTypeMismatch = 13;    ///< value cannot be converted
 inline constexpr int32_t kObjectNotSet = 91;    ///< call through a null object reference

@@ -147,7 +147,11 @@ class BRELVANE_API Variant {
 struct BRELVANE_API Bound {
   int32_t lower = 0;
   int32_t upper = -1;
-  size_t count() const { return upper >= lower ? static_cast<size_t>(upper - lower) + 1 : 0; }
+  /// Elements in the dimension (0 when upper < lower); computed in 64 bits,
+  /// so the widest bounds cannot overflow.
+  uint64_t count() const {
+    return upper >= lower ? static_cast<uint64_t>(int64_t{upper} - int64_t{lower}) + 1 : 0;
+  }
   bool operator==(const Bound&) const = default;
 };
 
@@ -156,7 +160,8 @@ struct BRELVANE_API Bound {
 class BRELVANE_API SafeArray {
  public:
   SafeArray() = default;
-  /// Every element starts Empty.
+  /// Every element starts Empty. Raises 6 when the element count exceeds
+  /// what an automation array can hold (2^31 - 1), 7 when memory runs out.
   explicit SafeArray(std::vector<Bound> bounds);
 
   const std::vector<Bound>& bounds() const { return bounds_; }

@@ -26,7 +26,7 @@ class BRELVANE_API UtilityObject : public Dispatch {
   virtual Variant ValueOrDefault(const Variant& value, const Variant& fallback) = 0;
   /// A SQL literal for the value (NULL, a number, a quoted text, a date).
   virtual std::string ValueForSql(const Variant& value) = 0;
-  /// A SQL Server date literal for a date ('YYYYMMDD').
+  /// A date literal for the company database ('YYYYMMDD').
   virtual std::string SqlDateLiteral(const Variant& value) = 0;
   /// Hands the host interface and connection to the utility object.
   virtual std::pair<std::string, std::string> BindContext(

@@ -5,6 +5,7 @@
 // Str_Caption, IDLookup) and returns; it never raises. A failed lookup leaves
 // Str_Sql "" and keeps whatever the method had written before the failure.
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -56,6 +57,9 @@ class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
   struct {
     std::shared_ptr<UtilityObject> utility;
     Variant languageCode;  ///< replaces `<LINGUA>`; set by the chart-of-accounts lookups
+    /// The prepared proposal commands, one per stored procedure: made on
+    /// first use over the Connessione of that moment, kept until the end.
+    std::array<std::shared_ptr<Command>, 3> proposalCommands;
   } private_;
 };
 

@@ -109,7 +109,7 @@ class CallWorld {
     standins::installLaunchers(factory_, Json(), log_);
     host_ = makeDemoHost(loadCatalogue(o.catalogue), o.company);
     log_.names.add(host_, "host");
-    connection_ = standins::makeConnection(Json{{"kind", "connection"}}, "connection", log_);
+    connection_ = makeDemoConnection(log_, "connection");
   }
 
   /// The class of a ProgID as typed (case and accents aside); raises Stop

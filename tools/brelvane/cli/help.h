@@ -92,7 +92,8 @@ Creates PROGID on the built-in demo host, sets its ActiveInterface and
 Connessione when it has them, applies the --set values, calls METHOD with
 the arguments and prints what the call produced. The demo host speaks
 Italian from a message catalogue built into the tool; its connection answers
-every query with no rows; the sibling launchers are recording stand-ins.
+every query with no rows, and its proposal procedures know providers 1 and 7
+of each kind; the sibling launchers are recording stand-ins.
 
 Options:
   --company VALUE      the current company's code (default 1)

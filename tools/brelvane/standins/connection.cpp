@@ -77,14 +77,13 @@ class ScriptedCommand final : public Command {
     throw AutomationError(3265, s_->name, "Item cannot be found in the collection");
   }
   std::shared_ptr<Recordset> Execute(int32_t) override {
-    if (!bound_)
-      throw AutomationError(3709, s_->name,
-                            "The connection cannot be used to perform this operation");
+    outputs_.clear();  // a failed execution leaves no outputs behind
     Json params = Json::object();
     for (const auto& [n, v] : inputs_)
       params[n] = {{"type", std::string(typeName(v.type()))}, {"value", s_->log.value(v)}};
     auto proc = s_->procedures.find(text_);
-    bool failed = s_->fail.fails("ExecuteCommand", text_, true) || proc == s_->procedures.end();
+    bool failed =
+        !bound_ || s_->fail.fails("ExecuteCommand", text_, true) || proc == s_->procedures.end();
     s_->log.add(s_->name, "ExecuteCommand",
                 {{"command", number_},
                  {"commandType", type_},
@@ -92,6 +91,9 @@ class ScriptedCommand final : public Command {
                  {"prepared", prepared_},
                  {"parameters", params}},
                 failed);
+    if (!bound_)
+      throw AutomationError(3709, s_->name,
+                            "The connection cannot be used to perform this operation");
     if (failed) throw failure(s_->name, "ExecuteCommand");
     outputs_.assign(proc->second.begin(), proc->second.end());
     return std::make_shared<Rows>();

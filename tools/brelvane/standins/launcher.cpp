@@ -80,14 +80,19 @@ LauncherScript readScript(const std::string& progId, const Json& config) {
   return script;
 }
 
+/// How deep launcher callbacks may nest. A callback that launches the
+/// program again would otherwise recurse until the stack runs out.
+constexpr int kMaxCallbackDepth = 16;
+
 Json errorJson(const AutomationError& e) {
   return {{"number", e.number}, {"source", e.source}, {"description", e.description}};
 }
 
 class Launcher final : public Dispatch, public std::enable_shared_from_this<Launcher> {
  public:
-  Launcher(std::string name, Log& log, std::shared_ptr<const LauncherScript> script)
-      : name_(std::move(name)), log_(log), script_(std::move(script)) {}
+  Launcher(std::string name, Log& log, std::shared_ptr<const LauncherScript> script,
+           std::shared_ptr<int> depth)
+      : name_(std::move(name)), log_(log), script_(std::move(script)), depth_(std::move(depth)) {}
 
   ~Launcher() override {
     try {
@@ -159,6 +164,15 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
   /// One call made back on the object that Plookup holds (read afresh each
   /// time: an earlier callback may have unlinked it).
   void callBack(const Callback& call) {
+    if (*depth_ >= kMaxCallbackDepth)
+      throw AutomationError(
+          28, name_,
+          "Out of stack space: callbacks nested deeper than " + std::to_string(kMaxCallbackDepth));
+    struct Nesting {
+      int& depth;
+      explicit Nesting(int& d) : depth(++d) {}
+      ~Nesting() { --depth; }
+    } nesting(*depth_);
     Variant target = get("Plookup");
     if (!target.isObject() || !target.object())
       throw AutomationError(err::kObjectNotSet, name_, "Plookup is not set");
@@ -177,7 +191,8 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
   std::string name_;
   Log& log_;
   std::shared_ptr<const LauncherScript> script_;
-  Values values_;  // properties in order of first assignment
+  Values values_;               // properties in order of first assignment
+  std::shared_ptr<int> depth_;  // callbacks under way, shared by the scenario's launchers
 };
 
 }  // namespace
@@ -200,15 +215,16 @@ void installLaunchers(ObjectFactory& factory, const Json& config, Log& log) {
       it->second = readScript(it->first, value);
     }
   }
+  auto depth = std::make_shared<int>(0);
   for (auto& entry : scripts) {
     std::string progId = entry.first;
     auto script = std::make_shared<const LauncherScript>(std::move(entry.second));
-    factory.add(progId, [progId, script, &log](ObjectFactory&) -> std::shared_ptr<Dispatch> {
+    factory.add(progId, [progId, script, depth, &log](ObjectFactory&) -> std::shared_ptr<Dispatch> {
       std::string name = log.names.next(progId);
       bool failed = script->fails("create");
       log.add(name, "Create", Json::object(), failed);
       if (failed) throw failure(name, "Create");
-      auto launcher = std::make_shared<Launcher>(name, log, script);
+      auto launcher = std::make_shared<Launcher>(name, log, script, depth);
       log.names.add(launcher, name);
       return launcher;
     });

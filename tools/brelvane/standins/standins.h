@@ -115,8 +115,10 @@ inline constexpr std::string_view kLauncherProgIds[] = {"Tormesk.CLSCI_CONNECT",
 /// [V, ...]}}}; "sets" leaves those values in the first arguments of METHOD
 /// before it returns, as a method taking them by reference would. Each
 /// launcher is named PROGID#n in order of creation, accepts every member by
-/// name and logs Create, Put, PutRef, Call, Callback and Release. Raises
-/// ScenarioError on a malformed configuration.
+/// name and logs Create, Put, PutRef, Call, Callback and Release. Callbacks
+/// nest at most 16 deep (a callback that launches its own program again,
+/// say): a deeper one raises error 28, "Out of stack space", from the
+/// launcher. Raises ScenarioError on a malformed configuration.
 void installLaunchers(ObjectFactory& factory, const Json& config, Log& log);
 
 /// The properties assigned to a launcher stand-in, in order of first

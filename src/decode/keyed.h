@@ -1,0 +1,128 @@
+#pragma once
+// Keyed decoders: members that read one column of one table by its key,
+// each written as one row of a table. A row gives the member's parameters,
+// the descriptor's result column and the query's lines; a line is a literal
+// text, optionally followed by one inserted value and a literal tail. One
+// function composes any row, and `registerKeyed` registers a whole table,
+// each member with the automation types its parameters declare.
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "decode/frame.h"
+
+namespace brelvane::decode {
+
+/// What a parameter is: its automation type and how its value goes into SQL.
+enum class Kind : uint8_t {
+  Control,     ///< the target control (Object): column 0 of the descriptor
+  ControlRef,  ///< the same, passed by reference
+  Long,        ///< 32-bit integer: its decimal text
+  Integer,     ///< 16-bit integer: its decimal text
+  Text,        ///< text as given: any quotes are in the line, nothing is escaped
+  Code,        ///< Variant numeric code: ValueOrDefault(code, 0)
+  TextCode,    ///< Variant text code: ValueOrDefault(code, "")
+  SqlValue,    ///< Variant written by the utility object's ValueForSql
+  UserNumber,  ///< text converted to a 16-bit integer: its decimal text
+};
+
+struct Param {
+  std::string_view name;
+  Kind kind;
+};
+
+/// The value a line inserts: a parameter's index, or one of these.
+inline constexpr int8_t kNoValue = -1;
+inline constexpr int8_t kCompany = -2;  ///< the host's current company code
+
+struct Line {
+  std::string_view text;
+  int8_t value = kNoValue;
+  std::string_view tail = {};
+};
+
+/// One member. Lines are joined with CR LF; the last one gets its own CR LF
+/// only when `finalBreak` says so. Without a control parameter, column 0 of
+/// the descriptor is Nothing.
+struct KeyedDecoder {
+  std::string_view name;
+  std::string_view doc;
+  Param params[6];
+  std::string_view column;
+  Line lines[12];
+  bool finalBreak = false;
+
+  constexpr size_t arity() const {
+    size_t n = 0;
+    while (n < std::size(params) && !params[n].name.empty()) ++n;
+    return n;
+  }
+};
+
+/// Sets the descriptor and composes the row's query from the call's
+/// arguments (`args[i]` is the value of parameter i).
+void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const Variant> args);
+
+namespace detail {
+
+template <Kind K>
+struct KindArg {
+  using type = const Variant&;  // Code, TextCode, SqlValue
+};
+template <>
+struct KindArg<Kind::Control> {
+  using type = const std::shared_ptr<Dispatch>&;
+};
+template <>
+struct KindArg<Kind::ControlRef> {
+  using type = std::shared_ptr<Dispatch>&;
+};
+template <>
+struct KindArg<Kind::Long> {
+  using type = int32_t;
+};
+template <>
+struct KindArg<Kind::Integer> {
+  using type = int16_t;
+};
+template <>
+struct KindArg<Kind::Text> {
+  using type = const std::string&;
+};
+template <>
+struct KindArg<Kind::UserNumber> {
+  using type = const std::string&;
+};
+
+template <const auto& kRows, size_t I, size_t... P>
+void registerKeyedRow(Builder& b, std::index_sequence<P...>) {
+  constexpr const KeyedDecoder& row = kRows[I];
+  b.method(std::string(row.name),
+           member([](Frame& f, typename KindArg<row.params[P].kind>::type... args) {
+             const Variant values[] = {Variant(args)...};
+             keyedDecode(f, kRows[I], values);
+           }),
+           {arg(std::string(row.params[P].name))...}, std::string(row.doc));
+}
+
+template <const auto& kRows, size_t... I>
+void registerKeyedRows(Builder& b, std::index_sequence<I...>) {
+  (registerKeyedRow<kRows, I>(b, std::make_index_sequence<kRows[I].arity()>{}), ...);
+}
+
+}  // namespace detail
+
+/// Registers every row of `kRows` (a constexpr array of KeyedDecoder) in
+/// table order.
+template <const auto& kRows>
+void registerKeyed(Builder& b) {
+  detail::registerKeyedRows<kRows>(b, std::make_index_sequence<std::size(kRows)>{});
+}
+
+}  // namespace brelvane::decode

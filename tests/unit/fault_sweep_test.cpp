@@ -1,0 +1,204 @@
+// The fault sweep: every public member of the three classes, taken from the
+// registry, is called once on healthy stand-ins to learn which operations it
+// makes; then once more for each of those operations with that operation
+// failing. Whatever fails, no error may reach the caller (the registration
+// number bridge alone raises, under its own name), a lookup or decoder ends
+// with Str_Sql "" unless the failure only cost it whole lines of a fragment,
+// and a launch answers True exactly when the launcher's method was called.
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "brelvane/brelvane.h"
+#include "cli/scenario.h"
+#include "standins/standins.h"
+
+namespace brelvane {
+namespace {
+
+using standins::Json;
+
+constexpr std::string_view kBridge = "GetNumregCoanFromNumregCoge";
+
+/// The stand-ins every run starts from; `fail` adds one failing operation.
+Json world(const std::string& failObject, const std::string& failOp) {
+  Json host = {{"kind", "host"},
+               {"company", {{"Code", 5}, {"LanguageCode", "ITA"}, {"CompanyMode", 2}}},
+               {"installationSetting", 1}};
+  Json db = {
+      {"kind", "connection"},
+      {"results",
+       Json::array({{{"match", "PC01_DESCRPDC"}, {"columns", {"PC01_INDTIPOPDC"}}, {"rows", {{1}}}},
+                    {{"match", ""}, {"columns", {"VALORE"}}, {"rows", {{"7"}}}}})},
+      {"procedures", Json::object()}};
+  for (const char* procedure : {"SPCI_PROPCONTI_LOOKUPPROVIDER", "SPCI_PROPCOGE_LOOKUPPROVIDER",
+                                "SPCI_PROPCAUSALI_LOOKUPPROVIDER"})
+    db["procedures"][procedure] = {{"@LABELS", "Codice|Descrizione"},
+                                   {"@QUERY", "SELECT 1 AS Codice, 'x' AS Descrizione"}};
+  Json utility = Json::object();
+  Json launchers = Json::object();
+  if (failObject == "host") host["fail"] = {failOp};
+  if (failObject == "db") db["fail"] = {failOp};
+  if (failObject == "utility") utility["fail"] = {failOp};
+  if (failObject.find(".CLSCI_CONNECT") != std::string::npos)
+    launchers[failObject] = {{"fail", {failOp}}};
+  return {{"objects", {{"host", host}, {"db", db}, {"edit", {{"kind", "control"}}}}},
+          {"utility", utility},
+          {"launchers", launchers}};
+}
+
+/// A plausible argument for a parameter of the registry.
+Json plausible(const ParamInfo& p) {
+  switch (p.type) {
+    case ParamType::Object:
+      return {
+          {"$object", p.typeName == "Connection" || p.name.find("Connessione") != std::string::npos
+                          ? "db"
+                          : "edit"}};
+    case ParamType::Boolean:
+      return false;
+    case ParamType::String:
+      return "7";
+    case ParamType::Date:
+      return {{"$date", "2026-11-22"}};
+    case ParamType::Integer:
+      return {{"$integer", 1}};
+    default:
+      return 1;
+  }
+}
+
+struct Outcome {
+  Json call;      ///< the call step's output entry
+  Json sql;       ///< Str_Sql after the call, when the class has it
+  Json log;       ///< everything that reached a stand-in
+  bool launched;  ///< a launcher method other than the closing ones was called
+};
+
+Outcome runOnce(const ClassInfo& cls, const MethodInfo& m, const Json& objects) {
+  Json doc = objects;
+  Json args = Json::array();
+  for (const auto& p : m.params) args.push_back(plausible(p));
+  bool composes = cls.findProperty("Str_Sql") != nullptr;
+  Json values = {{"ActiveInterface", {{"$object", "host"}}}};
+  if (cls.findProperty("Connessione")) values["Connessione"] = {{"$object", "db"}};
+  if (cls.findProperty("ConnectField")) values["ConnectField"] = {{"$object", "edit"}};
+  doc["steps"] = Json::array({{{"create", cls.progId}, {"as", "it"}},
+                              {{"set", "it"}, {"values", values}},
+                              {{"call", "it"}, {"method", m.name}, {"args", args}}});
+  if (composes) doc["steps"].push_back({{"get", "it"}, {"properties", {"Str_Sql"}}});
+  std::ostringstream out, err;
+  int status = cli::runScenario(doc.dump(), out, err);
+  EXPECT_EQ(status, cli::kScenarioHeld) << m.name << ": " << err.str();
+  if (status != cli::kScenarioHeld) return {};
+  Json result = Json::parse(out.str());
+  Outcome run{result["steps"][2], composes ? result["steps"][3]["values"]["Str_Sql"] : Json(),
+              result["log"], false};
+  for (const auto& e : run.log) {
+    std::string object = e["object"];
+    if (object.find(".CLSCI_CONNECT#") == std::string::npos || e["op"] != "Call") continue;
+    std::string name = e["name"];
+    if (name != "Terminate" && name != "Teminate" && name != "ChiudiTracciaRib" &&
+        !e.value("failed", false))
+      run.launched = true;
+  }
+  return run;
+}
+
+/// The operations the call made, as (stand-in to fail, operation to fail),
+/// and the creation of the instance's utility object when the call used it.
+/// (Its initialisation and release are ignored by design.)
+std::set<std::pair<std::string, std::string>> failurePoints(const Json& log) {
+  std::set<std::pair<std::string, std::string>> points;
+  for (const auto& e : log) {
+    if (e["step"] != 2) continue;
+    std::string object = e["object"], op = e["op"];
+    if (object == "host") {
+      points.insert({"host", op == "GetMessageText"
+                                 ? "GetMessageText:" + std::to_string(e["id"].get<int>())
+                                 : op});
+    } else if (object == "db") {
+      points.insert({"db", op});
+    } else if (object.rfind("utility#", 0) == 0) {
+      points.insert({"utility", op});
+      points.insert({"utility", "Create"});
+    } else if (auto hash = object.find(".CLSCI_CONNECT#"); hash != std::string::npos) {
+      std::string progId = object.substr(0, object.find('#'));
+      if (op == "Create") points.insert({progId, "create"});
+      if (e.contains("name")) points.insert({progId, e["name"].get<std::string>()});
+    }
+  }
+  return points;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  size_t at = 0;
+  for (size_t end; (end = text.find("\r\n", at)) != std::string::npos; at = end + 2)
+    lines.push_back(text.substr(at, end - at));
+  lines.push_back(text.substr(at));
+  return lines;
+}
+
+/// True when `part` is `whole` with some of its lines left out.
+bool wholeLinesLeftOut(const std::string& part, const std::string& whole) {
+  std::vector<std::string> a = linesOf(part), b = linesOf(whole);
+  size_t j = 0;
+  for (const auto& line : a) {
+    while (j < b.size() && b[j] != line) ++j;
+    if (j == b.size()) return false;
+    ++j;
+  }
+  return a.size() < b.size();
+}
+
+TEST(FaultSweep, NoFailureEscapesAndEachMemberKeepsItsConvention) {
+  ObjectFactory factory;
+  registerBrelvane(factory);
+  const Json healthy = world("", "");
+  size_t members = 0, points = 0;
+  for (const auto& entry : factory.entries()) {
+    if (!entry.info || entry.info->progId.rfind("Brelvane.", 0) != 0) continue;
+    const ClassInfo& cls = *entry.info;
+    for (const MethodInfo& m : cls.methods) {
+      ++members;
+      const Outcome baseline = runOnce(cls, m, healthy);
+      if (baseline.log.is_null()) continue;
+      for (const auto& [object, op] : failurePoints(baseline.log)) {
+        ++points;
+        const Outcome run = runOnce(cls, m, world(object, op));
+        if (run.log.is_null()) continue;
+        SCOPED_TRACE(cls.progId + "." + m.name + " with " + object + " failing " + op);
+        const Json& error = run.call["error"];
+        if (m.name == kBridge) {
+          if (!error.is_null()) {
+            EXPECT_EQ(error["source"].get<std::string>().rfind(std::string(kBridge) + ":\r\n", 0),
+                      0u);
+          }
+        } else {
+          EXPECT_TRUE(error.is_null()) << error.dump();
+        }
+        if (run.sql.is_string() && m.name != kBridge && baseline.sql.is_string()) {
+          const std::string sql = run.sql, full = baseline.sql;
+          EXPECT_TRUE(sql.empty() || wholeLinesLeftOut(sql, full))
+              << "a failure left a partial text:\n"
+              << sql;
+        }
+        if (m.result == ParamType::Boolean && cls.findProperty("ConnectField") &&
+            m.name != "ChiusuraTracciaRib") {
+          EXPECT_EQ(run.call["return"], Json(run.launched));
+        }
+      }
+    }
+  }
+  std::cout << "fault sweep: " << members << " members, " << points << " failure points\n";
+  EXPECT_GT(members, 0u);
+  EXPECT_GT(points, members);
+}
+
+}  // namespace
+}  // namespace brelvane

@@ -1,0 +1,64 @@
+// Processing runs and cost sheets: what the golden scenarios cannot see,
+// since they compare texts without line-end blanks and read no private
+// state: the pinned padding of the order-movement kinds, and the language
+// code that the sheet-header lookups leave to later lookups.
+#include <string>
+
+#include "brelvane/lookup/clsci_lookup.h"
+#include "compose/access.h"
+#include "unit/fixture.h"
+
+namespace brelvane::testing {
+namespace {
+
+std::string padded(std::string text, size_t width) {
+  text.resize(width, ' ');
+  return text;
+}
+
+TEST(OrderMovementKinds, LinesKeepTheirPadding) {
+  World world;
+  auto lookup = world.create<CLSCI_LOOKUP>();
+  lookup->ActiveInterface = world.host();
+  call(*lookup, "TipoMovimentoRilevazioneOrdini");
+  const std::string expected =
+      lines({padded(" SELECT  CI90_VALORE", 43), padded("  , CASE CI90_VALORE", 43),
+             "      WHEN  1 THEN 'Msg''84604' ", "      WHEN  2 THEN 'Msg''50787' ",
+             "      WHEN  3 THEN 'Msg''74809' ", padded("      ELSE  CI90_DESCRIZIONE", 37),
+             padded("    END", 37), padded("   AS    CI90_DESCRIZIONE", 37),
+             padded(" FROM    CI90_INDICATORI   WITH(NOLOCK)", 43),
+             padded(" WHERE   CI90_CODICE = 3", 43), padded(" ORDER BY CI90_VALORE ASC", 43)});
+  EXPECT_EQ(lookup->Str_Sql, expected);
+}
+
+TEST(SheetHeaders, LeaveTheLanguageCodeForLaterLookups) {
+  World world;
+  auto lookup = world.create<CLSCI_LOOKUP>();
+  const Variant& language = internal::Access::of(*lookup).languageCode;
+
+  // Without a host the code is "ITA"; the lookup itself fails at its caption.
+  call(*lookup, "IntestazioniSchedeCosti", {Variant(int32_t{5})});
+  EXPECT_EQ(lookup->Str_Sql, "");
+  EXPECT_EQ(language, Variant("ITA"));
+
+  lookup->ActiveInterface =
+      world.host({{"kind", "host"}, {"company", {{"Code", 5}, {"LanguageCode", "DEU"}}}});
+  call(*lookup, "IntestazioniSchedeCostiPerTipoScheda", {Variant(int32_t{5}), Variant("T1")});
+  EXPECT_NE(lookup->Str_Sql.find("NULL, 'DEU')) AS DESCRCONTO"), std::string::npos);
+  EXPECT_EQ(language, Variant("DEU"));
+
+  // An empty sheet type changes nothing, the language code included.
+  lookup->ActiveInterface =
+      world.host({{"kind", "host"}, {"company", {{"Code", 5}, {"LanguageCode", "ENG"}}}});
+  call(*lookup, "IntestazioniSchedeCostiPerTipoScheda", {Variant(int32_t{5}), Variant("")});
+  EXPECT_EQ(language, Variant("DEU"));
+
+  // A host that fails to give its language leaves "ITA" behind.
+  lookup->ActiveInterface = world.host({{"kind", "host"}, {"fail", {"LanguageCode"}}});
+  call(*lookup, "IntestazioniSchedeCosti", {Variant(int32_t{5})});
+  EXPECT_EQ(lookup->Str_Sql, "");
+  EXPECT_EQ(language, Variant("ITA"));
+}
+
+}  // namespace
+}  // namespace brelvane::testing
