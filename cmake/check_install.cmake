@@ -2,7 +2,7 @@
 # against it twice: through find_package(Brelvane) and through pkg-config.
 # Each build must run and compose its lookup.
 #   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK_DIR=... -DCXX=... -DLIBDIR=...
-#         -DSHARED=ON|OFF -P check_install.cmake
+#         -DSHARED=ON|OFF [-DHELP2MAN=ON] -P check_install.cmake
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -27,6 +27,15 @@ set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
+
+# The tool comes with its completion and (when help2man made it) its manual.
+if(EXISTS ${prefix}/bin/brelvane)
+  foreach(file share/bash-completion/completions/brelvane share/man/man1/brelvane.1)
+    if(NOT EXISTS ${prefix}/${file} AND NOT (file MATCHES "man1" AND NOT HELP2MAN))
+      message(FATAL_ERROR "the package lacks ${file}")
+    endif()
+  endforeach()
+endif()
 
 if(SHARED)
   file(GLOB library ${prefix}/${LIBDIR}/libbrelvane.so.*.*.*)
