@@ -38,16 +38,7 @@ std::string excerpt(std::string_view text, size_t limit) {
 int runCommand(std::span<const std::string_view> args, std::istream& input, std::ostream& out,
                std::ostream& err) {
   CommandParser parser;
-  try {
-    parser.parse(args);
-  } catch (const std::invalid_argument& e) {
-    err << "brelvane run: " << e.what() << "; see brelvane run --help\n";
-    return kBadInput;
-  }
-  if (parser.help) {
-    out << kRunHelp;
-    return 0;
-  }
+  if (auto status = parser.read(args, "run", kRunHelp, out, err)) return *status;
   if (parser.operands.size() != 1) {
     err << "brelvane run: expects one scenario file (or - for standard input); see brelvane run "
            "--help\n";

@@ -271,16 +271,7 @@ int listCommand(std::span<const std::string_view> args, std::ostream& out, std::
   CommandParser parser;
   bool json = false;
   parser.app.add_flag("--json", json);
-  try {
-    parser.parse(args);
-  } catch (const std::invalid_argument& e) {
-    err << "brelvane list: " << e.what() << "; see brelvane list --help\n";
-    return kBadInput;
-  }
-  if (parser.help) {
-    out << kListHelp;
-    return 0;
-  }
+  if (auto status = parser.read(args, "list", kListHelp, out, err)) return *status;
   const auto& operands = parser.operands;
   if (operands.size() > 1) {
     err << "brelvane list: expects at most one ProgID\n";
@@ -317,16 +308,7 @@ int listCommand(std::span<const std::string_view> args, std::ostream& out, std::
 int completionCommand(std::span<const std::string_view> args, std::ostream& out,
                       std::ostream& err) {
   CommandParser parser;
-  try {
-    parser.parse(args);
-  } catch (const std::invalid_argument& e) {
-    err << "brelvane completion: " << e.what() << '\n';
-    return kBadInput;
-  }
-  if (parser.help) {
-    out << kCompletionHelp;
-    return 0;
-  }
+  if (auto status = parser.read(args, "completion", kCompletionHelp, out, err)) return *status;
   if (!parser.operands.empty()) {
     err << "brelvane completion: takes no arguments\n";
     return kBadInput;

@@ -26,4 +26,19 @@ void CommandParser::parse(std::span<const std::string_view> args) {
   }
 }
 
+std::optional<int> CommandParser::read(std::span<const std::string_view> args,
+                                       std::string_view command, const char* helpText,
+                                       std::ostream& out, std::ostream& err) {
+  try {
+    parse(args);
+  } catch (const std::invalid_argument& e) {
+    err << "brelvane " << command << ": " << e.what() << "; see brelvane " << command
+        << " --help\n";
+    return kBadInput;
+  }
+  if (!help) return std::nullopt;
+  out << helpText;
+  return 0;
+}
+
 }  // namespace brelvane::cli

@@ -4,6 +4,8 @@
 // read. Each command adds its own options to `app` before parsing.
 
 #include <CLI/CLI.hpp>
+#include <optional>
+#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,6 +23,12 @@ struct CommandParser {
   /// Raises std::invalid_argument with a short one-line reason when the
   /// arguments do not read.
   void parse(std::span<const std::string_view> args);
+
+  /// Parses the arguments of `brelvane COMMAND`: prints `helpText` for
+  /// --help, or the reason on `err` when they do not read, and returns the
+  /// exit status then; nothing when the command goes on.
+  std::optional<int> read(std::span<const std::string_view> args, std::string_view command,
+                          const char* helpText, std::ostream& out, std::ostream& err);
 };
 
 }  // namespace brelvane::cli
