@@ -6,6 +6,10 @@
 
 namespace brelvane {
 
+/// Hands the error being handled (inside a catch block) to the diagnostics
+/// hook, when one is installed. Never raises.
+void reportSwallowedError() noexcept;
+
 /// A public lookup or decode method: any error clears `sql` and the method
 /// returns normally; whatever the body wrote before the error stays.
 template <class Body>
@@ -14,6 +18,7 @@ void composeGuarded(std::string& sql, Body&& body) noexcept {
     body();
   } catch (...) {
     sql.clear();
+    reportSwallowedError();
   }
 }
 

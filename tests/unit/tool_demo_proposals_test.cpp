@@ -11,10 +11,11 @@
 namespace brelvane::cli {
 namespace {
 
-std::string callOut(std::vector<std::string_view> args) {
+/// What `call` prints; `status` is the exit status expected of it.
+std::string callOut(std::vector<std::string_view> args, int status = 0) {
   std::ostringstream out, err;
   args.insert(args.begin(), "call");
-  EXPECT_EQ(runTool(args, out, err), 0) << err.str();
+  EXPECT_EQ(runTool(args, out, err), status) << err.str();
   return out.str();
 }
 
@@ -31,7 +32,8 @@ TEST(ToolDemoProposals, KnownProvidersAnswerWithTheirColumnsAndQuery) {
 }
 
 TEST(ToolDemoProposals, AnUnknownProviderFailsTheLookup) {
-  std::string out = callOut({"Brelvane.CLSCI_LOOKUP", "ProposteCogePerProvider", "1", "3"});
+  // An empty Str_Sql is a failed call (status 1).
+  std::string out = callOut({"Brelvane.CLSCI_LOOKUP", "ProposteCogePerProvider", "1", "3"}, 1);
   EXPECT_NE(out.find("SQL:       (empty: the lookup failed)"), std::string::npos) << out;
 }
 

@@ -20,10 +20,12 @@ struct Outcome {
   /// The log entries of one object, as "op" or "op name" texts.
   std::vector<std::string> ops(const std::string& object) const {
     std::vector<std::string> out;
-    for (const auto& e : doc["log"])
-      if (e["object"] == object)
-        out.push_back(e["op"].get<std::string>() +
-                      (e.contains("name") ? " " + e["name"].get<std::string>() : ""));
+    for (const auto& e : doc["log"]) {
+      if (e["object"] != object) continue;
+      std::string op = e["op"].get<std::string>();
+      if (e.contains("name")) op.append(" ").append(e["name"].get<std::string>());
+      out.push_back(std::move(op));
+    }
     return out;
   }
   Json entry(const std::string& object, const std::string& op, const std::string& name) const {

@@ -20,7 +20,8 @@ class DemoMessages final : public MessageService {
   explicit DemoMessages(State s) : s_(std::move(s)) {}
   std::string GetMessageText(int32_t id, const SafeArray&) override {
     auto it = s_->catalogue.find(id);
-    return it != s_->catalogue.end() ? it->second : "[" + std::to_string(id) + "]";
+    return it != s_->catalogue.end() ? it->second
+                                     : std::string("[").append(std::to_string(id)).append("]");
   }
   std::string PrepareSqlText(const std::string& text) override {
     std::string out;

@@ -21,6 +21,7 @@
 
 #include "brelvane/automation/error.h"
 #include "brelvane/automation/variant.h"
+#include "brelvane/export.h"
 
 namespace brelvane {
 
@@ -30,7 +31,7 @@ struct ClassInfo;
 /// through the object's class description when it has one, and raise 438
 /// otherwise, so interfaces that are only called early-bound need not
 /// implement them.
-class Dispatch {
+class BRELVANE_API Dispatch {
  public:
   virtual ~Dispatch() = default;
   virtual Variant get(std::string_view name);
@@ -45,7 +46,7 @@ class Dispatch {
 /// An object with outgoing events. A sink is any Dispatch: each event is
 /// delivered synchronously as sink->invoke(eventName, args), by-reference
 /// arguments included, so a sink's changes reach the raiser.
-class ConnectionPointContainer {
+class BRELVANE_API ConnectionPointContainer {
  public:
   virtual ~ConnectionPointContainer() = default;
   /// Connects a sink; returns the cookie that disconnects it.
@@ -54,13 +55,13 @@ class ConnectionPointContainer {
 };
 
 /// Case-insensitive comparison of member names (ASCII letters fold).
-bool sameName(std::string_view a, std::string_view b);
+BRELVANE_API bool sameName(std::string_view a, std::string_view b);
 
 /// Declared type of a parameter or property.
 enum class ParamType { Variant, Boolean, Integer, Long, Double, String, Date, Object };
-std::string_view paramTypeName(ParamType type);
+BRELVANE_API std::string_view paramTypeName(ParamType type);
 
-struct ParamInfo {
+struct BRELVANE_API ParamInfo {
   std::string name;
   ParamType type = ParamType::Variant;
   std::string typeName;  ///< the declared type as listed ("Integer", "TipoLookupPdC", ...)
@@ -69,7 +70,7 @@ struct ParamInfo {
   Variant defaultValue = Variant::missing();  ///< Missing: no default
 };
 
-struct MethodInfo {
+struct BRELVANE_API MethodInfo {
   std::string name;
   std::vector<ParamInfo> params;
   std::optional<ParamType> result;  ///< none for a procedure
@@ -77,7 +78,7 @@ struct MethodInfo {
   std::function<Variant(Dispatch&, std::span<Variant>)> call;
 };
 
-struct PropertyInfo {
+struct BRELVANE_API PropertyInfo {
   std::string name;
   ParamType type = ParamType::Variant;
   std::string typeName;
@@ -88,18 +89,18 @@ struct PropertyInfo {
 };
 
 /// An outgoing event of a class (listed, raised through its connection point).
-struct EventInfo {
+struct BRELVANE_API EventInfo {
   std::string name;
   std::vector<ParamInfo> params;
 };
 
 /// A public enumeration of a class's type library.
-struct EnumInfo {
+struct BRELVANE_API EnumInfo {
   std::string name;
   std::vector<std::pair<std::string, int32_t>> members;
 };
 
-struct ClassInfo {
+struct BRELVANE_API ClassInfo {
   std::string progId;
   std::string doc;
   std::vector<PropertyInfo> properties;

@@ -5,6 +5,8 @@
 #include <exception>
 #include <string>
 
+#include "brelvane/export.h"
+
 namespace brelvane {
 
 /// Error numbers raised by the automation layer itself.
@@ -23,7 +25,7 @@ inline constexpr int32_t kWrongArgumentCount = 450;
 }  // namespace err
 
 /// An error raised through an automation call: number, source and description.
-class AutomationError : public std::exception {
+class BRELVANE_API AutomationError : public std::exception {
  public:
   AutomationError(int32_t number, std::string source, std::string description)
       : number(number), source(std::move(source)), description(std::move(description)) {}

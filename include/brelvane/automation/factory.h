@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "brelvane/automation/dispatch.h"
+#include "brelvane/export.h"
 
 namespace brelvane {
 
@@ -16,7 +17,7 @@ namespace brelvane {
 /// classes, the host library's utility object and the sibling launchers are
 /// all registered here; an object created by the factory may keep a
 /// reference to it, so the factory must outlive the objects it creates.
-class ObjectFactory {
+class BRELVANE_API ObjectFactory {
  public:
   using Creator = std::function<std::shared_ptr<Dispatch>(ObjectFactory&)>;
 

@@ -23,13 +23,15 @@
 #include <variant>
 #include <vector>
 
+#include "brelvane/export.h"
+
 namespace brelvane {
 
 class Dispatch;
 class SafeArray;
 
 /// A calendar date with an optional time of day.
-struct Date {
+struct BRELVANE_API Date {
   int year = 1899, month = 12, day = 30, hour = 0, minute = 0, second = 0;
 
   auto operator<=>(const Date&) const = default;
@@ -55,11 +57,11 @@ enum class VarType {
 };
 
 /// The automation name of a type ("Empty", "Integer", "String", ...).
-std::string_view typeName(VarType type);
+BRELVANE_API std::string_view typeName(VarType type);
 
 /// Deep-copying owner, so that arrays inside Variants keep value semantics.
 template <class T>
-class Box {
+class BRELVANE_API Box {
  public:
   Box();
   explicit Box(T value);
@@ -77,7 +79,7 @@ class Box {
   std::unique_ptr<T> ptr_;
 };
 
-class Variant {
+class BRELVANE_API Variant {
  public:
   Variant() = default;  // Empty
   Variant(bool value) : v_(value) {}
@@ -142,7 +144,7 @@ class Variant {
 };
 
 /// Bounds of one dimension of an array.
-struct Bound {
+struct BRELVANE_API Bound {
   int32_t lower = 0;
   int32_t upper = -1;
   /// Elements in the dimension (0 when upper < lower); computed in 64 bits,
@@ -155,7 +157,7 @@ struct Bound {
 
 /// A multi-dimensional automation array: bounds per dimension, elements in a
 /// flat vector with the last index varying fastest.
-class SafeArray {
+class BRELVANE_API SafeArray {
  public:
   SafeArray() = default;
   /// Every element starts Empty. Raises 6 when the element count exceeds
@@ -182,22 +184,22 @@ class SafeArray {
 };
 
 // Conversions (see the top of this header for the rules).
-std::string toText(const Variant& v);
-std::string concatText(const Variant& v);
-bool toBool(const Variant& v);
-int16_t toInteger(const Variant& v);
-int32_t toLong(const Variant& v);
-double toDouble(const Variant& v);
-Date toDate(const Variant& v);
+BRELVANE_API std::string toText(const Variant& v);
+BRELVANE_API std::string concatText(const Variant& v);
+BRELVANE_API bool toBool(const Variant& v);
+BRELVANE_API int16_t toInteger(const Variant& v);
+BRELVANE_API int32_t toLong(const Variant& v);
+BRELVANE_API double toDouble(const Variant& v);
+BRELVANE_API Date toDate(const Variant& v);
 
 /// Plain decimal text of a number, locale-free.
-std::string formatNumber(double value);
+BRELVANE_API std::string formatNumber(double value);
 /// Reads a locale-free decimal number ("12", "-3.5", "1E+3", blanks around);
 /// false when the text is not a number.
-bool parseNumber(std::string_view text, double& out);
+BRELVANE_API bool parseNumber(std::string_view text, double& out);
 
 /// Equality of a Variant with a number or a text; never raises.
-bool equals(const Variant& v, double number);
-bool equals(const Variant& v, std::string_view text);
+BRELVANE_API bool equals(const Variant& v, double number);
+BRELVANE_API bool equals(const Variant& v, std::string_view text);
 
 }  // namespace brelvane

@@ -26,6 +26,7 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
+#include "brelvane/export.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
 
@@ -47,7 +48,7 @@ struct Access;
 /// The launch methods (Exec..., ApriTracciaRibaltamenti, ...) and the calls
 /// the launcher makes back (TransferData, the closing methods) are called by
 /// name (`invoke`); `brelvane list` shows them.
-class CLSCI_CONNECT final : public Dispatch, public ConnectionPointContainer {
+class BRELVANE_API CLSCI_CONNECT final : public Dispatch, public ConnectionPointContainer {
   struct Key {
     explicit Key() = default;
   };

@@ -15,6 +15,7 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
+#include "brelvane/export.h"
 #include "brelvane/host/ado.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
@@ -27,7 +28,7 @@ struct Access;
 
 /// Every decoder is called by name (`invoke`); `brelvane list` shows them
 /// with their parameters.
-class CLSCI_DECODE final : public Dispatch {
+class BRELVANE_API CLSCI_DECODE final : public Dispatch {
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_DECODE";
   /// The class description: properties and decoders.

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "brelvane/automation/dispatch.h"
+#include "brelvane/export.h"
 
 namespace brelvane {
 
@@ -16,7 +17,7 @@ inline constexpr int32_t kCmdStoredProc = 4;
 }  // namespace ado
 
 /// A forward-only result set.
-class Recordset : public Dispatch {
+class BRELVANE_API Recordset : public Dispatch {
  public:
   /// True when there is no current row (at end of the rows).
   virtual bool Eof() = 0;
@@ -30,7 +31,7 @@ class Recordset : public Dispatch {
 class Connection;
 
 /// A command, typically a prepared stored-procedure call.
-class Command : public Dispatch {
+class BRELVANE_API Command : public Dispatch {
  public:
   virtual void SetActiveConnection(const std::shared_ptr<Connection>& connection) = 0;
   virtual void SetCommandType(int32_t type) = 0;
@@ -43,7 +44,7 @@ class Command : public Dispatch {
 };
 
 /// An open database connection (`Connessione`).
-class Connection : public Dispatch {
+class BRELVANE_API Connection : public Dispatch {
  public:
   virtual std::shared_ptr<Recordset> Execute(const std::string& sql, int32_t options) = 0;
   /// A new command, not yet bound to any connection.

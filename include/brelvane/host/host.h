@@ -7,11 +7,12 @@
 #include <string>
 
 #include "brelvane/automation/dispatch.h"
+#include "brelvane/export.h"
 
 namespace brelvane {
 
 /// The host's message catalogue and SQL text preparation.
-class MessageService : public Dispatch {
+class BRELVANE_API MessageService : public Dispatch {
  public:
   /// The localised text of a message id; `args` are substitution arguments
   /// (the component always passes an empty array).
@@ -21,7 +22,7 @@ class MessageService : public Dispatch {
 };
 
 /// The current company's settings object.
-class CompanySettings : public Dispatch {
+class BRELVANE_API CompanySettings : public Dispatch {
  public:
   /// The company mode setting; 2 switches on account statuses and the
   /// project layout of the causal codes.
@@ -29,7 +30,7 @@ class CompanySettings : public Dispatch {
 };
 
 /// The host's current company.
-class HostCompany : public Dispatch {
+class BRELVANE_API HostCompany : public Dispatch {
  public:
   virtual std::shared_ptr<CompanySettings> Settings() = 0;
   virtual Variant Code() = 0;          ///< the company code (ditta)
@@ -37,14 +38,14 @@ class HostCompany : public Dispatch {
 };
 
 /// The host context: message service and current company.
-class HostContext : public Dispatch {
+class BRELVANE_API HostContext : public Dispatch {
  public:
   virtual std::shared_ptr<MessageService> Messages() = 0;
   virtual std::shared_ptr<HostCompany> Company() = 0;
 };
 
 /// The host framework interface object (`ActiveInterface`).
-class HostInterface : public Dispatch {
+class BRELVANE_API HostInterface : public Dispatch {
  public:
   virtual std::shared_ptr<HostContext> Context() = 0;
   /// The module's installation setting, reached through the host's user

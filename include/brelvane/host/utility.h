@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "brelvane/automation/dispatch.h"
+#include "brelvane/export.h"
 #include "brelvane/host/ado.h"
 #include "brelvane/host/host.h"
 
@@ -15,7 +16,7 @@ namespace brelvane {
 /// The ProgID under which the host library's utility object is created.
 inline constexpr std::string_view kUtilityProgId = "Kestrivon.UtilityObject";
 
-class UtilityObject : public Dispatch {
+class BRELVANE_API UtilityObject : public Dispatch {
  public:
   virtual void Initialise() = 0;
   virtual void Release() = 0;
@@ -43,7 +44,7 @@ class UtilityObject : public Dispatch {
 /// dates as YYYY-MM-DD. ValueForSql: NULL, decimal, 1/0, 'text' with inner
 /// apostrophes doubled, dates as SqlDateLiteral. SqlDateLiteral: a Date or a
 /// "YYYY-MM-DD" text as 'YYYYMMDD'; anything else raises 13.
-class ReferenceUtility : public UtilityObject {
+class BRELVANE_API ReferenceUtility : public UtilityObject {
  public:
   void Initialise() override {}
   void Release() override {}

@@ -13,6 +13,7 @@
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
+#include "brelvane/export.h"
 #include "brelvane/host/ado.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
@@ -25,7 +26,7 @@ struct Access;
 
 /// Every lookup method is called by name (`invoke`); `brelvane list`
 /// shows them with their parameters.
-class CLSCI_LOOKUP final : public Dispatch {
+class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
  public:
   static constexpr std::string_view kProgId = "Brelvane.CLSCI_LOOKUP";
   /// The class description: properties and lookup methods.
@@ -55,7 +56,7 @@ class CLSCI_LOOKUP final : public Dispatch {
   friend struct internal::Access;
   struct {
     std::shared_ptr<UtilityObject> utility;
-    Variant languageCode;  ///< replaces <LINGUA>; set by the chart-of-accounts lookups
+    Variant languageCode;  ///< replaces `<LINGUA>`; set by the chart-of-accounts lookups
     /// The prepared proposal commands, one per stored procedure: made on
     /// first use over the Connessione of that moment, kept until the end.
     std::array<std::shared_ptr<Command>, 3> proposalCommands;

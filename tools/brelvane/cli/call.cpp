@@ -1,5 +1,5 @@
 // `brelvane call`: one call on the demo host, printed for a reader.
-#include <fstream>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -10,6 +10,8 @@
 #include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/help.h"
+#include "cli/names.h"
+#include "cli/parser.h"
 #include "demo_host.h"
 #include "standins/standins.h"
 
@@ -30,73 +32,53 @@ struct CallOptions {
   std::string catalogue;  // a file, or "" for the built-in one
   DemoCompany company;
   std::vector<std::pair<std::string, std::string>> sets;  // property, value text
-  std::vector<std::string_view> positional;               // PROGID METHOD ARG...
+  std::vector<std::string> positional;                    // PROGID METHOD ARG...
 };
 
-CallOptions readOptions(std::span<const std::string_view> args) {
+/// The options and operands of `call`; `help` tells whether --help came.
+CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
   CallOptions o;
-  bool options = true;
-  for (size_t i = 0; i < args.size(); ++i) {
-    std::string_view a = args[i];
-    if (!options || a.size() < 2 || a.substr(0, 2) != "--") {
-      o.positional.push_back(a);
-      continue;
-    }
-    if (a == "--") {
-      options = false;
-      continue;
-    }
-    if (a == "--json") {
-      o.json = true;
-      continue;
-    }
-    // Options with a value: --name VALUE or --name=VALUE.
-    std::string_view name = a, value;
-    if (auto eq = a.find('='); eq != std::string_view::npos) {
-      name = a.substr(0, eq);
-      value = a.substr(eq + 1);
-    } else if (name == "--company" || name == "--language" || name == "--mode" ||
-               name == "--catalog" || name == "--set") {
-      if (i + 1 >= args.size()) throw Stop{kBadInput, std::string(name) + " needs a value"};
-      value = args[++i];
-    }
-    auto parse = [&](std::string_view text) {
-      try {
-        return parseValue(text);
-      } catch (const std::invalid_argument& e) {
-        throw Stop{kBadInput, std::string(name) + ": " + e.what()};
-      }
-    };
-    if (name == "--company") {
-      o.company.code = parse(value);
-    } else if (name == "--language") {
-      o.company.languageCode = parse(value);
-    } else if (name == "--mode") {
-      o.company.companyMode = parse(value);
-    } else if (name == "--catalog") {
-      o.catalogue = std::string(value);
-    } else if (name == "--set") {
-      auto eq = value.find('=');
-      if (eq == std::string_view::npos || eq == 0)
-        throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
-      o.sets.emplace_back(std::string(value.substr(0, eq)), std::string(value.substr(eq + 1)));
-    } else {
-      throw Stop{kBadInput, "unknown option " + std::string(name)};
-    }
+  CommandParser parser;
+  std::string company, language, mode;
+  std::vector<std::string> sets;
+  auto& app = parser.app;
+  app.add_flag("--json", o.json);
+  auto* companyOption = app.add_option("--company", company);
+  auto* languageOption = app.add_option("--language", language);
+  auto* modeOption = app.add_option("--mode", mode);
+  app.add_option("--catalog", o.catalogue);
+  app.add_option("--set", sets)->allow_extra_args(false);  // one PROPERTY=VALUE each time
+  try {
+    parser.parse(args);
+  } catch (const std::invalid_argument& e) {
+    throw Stop{kBadInput, e.what()};
   }
+  help = parser.help;
+  auto value = [](std::string_view option, const std::string& text) {
+    try {
+      return parseValue(text);
+    } catch (const std::invalid_argument& e) {
+      throw Stop{kBadInput, std::string(option).append(": ").append(e.what())};
+    }
+  };
+  if (companyOption->count()) o.company.code = value("--company", company);
+  if (languageOption->count()) o.company.languageCode = value("--language", language);
+  if (modeOption->count()) o.company.companyMode = value("--mode", mode);
+  for (const auto& set : sets) {
+    auto eq = set.find('=');
+    if (eq == std::string::npos || eq == 0) throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
+    o.sets.emplace_back(set.substr(0, eq), set.substr(eq + 1));
+  }
+  o.positional = std::move(parser.operands);
   return o;
 }
 
 Catalogue loadCatalogue(const std::string& file) {
   std::string text;
-  if (file.empty()) {
-    text = std::string(builtinCatalogue());
-  } else {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) throw Stop{kBadInput, "cannot read the catalogue " + file};
-    std::ostringstream content;
-    content << in.rdbuf();
-    text = content.str();
+  try {
+    text = file.empty() ? std::string(builtinCatalogue()) : readFile(file);
+  } catch (const std::runtime_error& e) {
+    throw Stop{kBadInput, e.what()};
   }
   try {
     return readCatalogue(text);
@@ -130,10 +112,17 @@ class CallWorld {
     connection_ = makeDemoConnection(log_, "connection");
   }
 
-  const ClassInfo* classOf(std::string_view progId) const {
+  /// The class of a ProgID as typed (case and accents aside); raises Stop
+  /// for an unknown one, with a suggestion for a near miss.
+  const ClassInfo& classOf(std::string_view progId) const {
+    std::vector<std::string> progIds;
     for (const auto& entry : factory_.entries())
-      if (entry.info && sameName(entry.progId, progId)) return entry.info;
-    return nullptr;
+      if (entry.info) progIds.push_back(entry.progId);
+    if (auto found = matchName(progId, progIds))
+      for (const auto& entry : factory_.entries())
+        if (entry.info && entry.progId == *found) return *entry.info;
+    throw Stop{kBadInput, "unknown ProgID " + excerpt(progId, 80) + didYouMean(progId, progIds) +
+                              "; brelvane list shows the classes"};
   }
 
   Variant value(std::string_view text) {
@@ -254,20 +243,92 @@ void printLog(std::ostream& out, const Json& entries) {
   }
 }
 
-int call(std::span<const std::string_view> args, std::ostream& out) {
-  CallOptions o = readOptions(args);
+const MethodInfo* findMethod(const ClassInfo& info, std::string_view typed) {
+  std::vector<std::string> names;
+  for (const auto& m : info.methods) names.push_back(m.name);
+  auto found = matchName(typed, names);
+  if (!found)
+    throw Stop{kBadInput, info.progId + " has no method " + excerpt(typed, 80) +
+                              didYouMean(typed, names) + "; brelvane list " + info.progId +
+                              " shows its members"};
+  return info.findMethod(*found);
+}
+
+/// Raises 13 or 6 when `value` cannot become a `type`, as a call would.
+void convertTo(ParamType type, const Variant& value) {
+  switch (type) {
+    case ParamType::Boolean:
+      toBool(value);
+      break;
+    case ParamType::Integer:
+      toInteger(value);
+      break;
+    case ParamType::Long:
+      toLong(value);
+      break;
+    case ParamType::Double:
+      toDouble(value);
+      break;
+    case ParamType::String:
+      toText(value);
+      break;
+    case ParamType::Date:
+      toDate(value);
+      break;
+    case ParamType::Object:
+      if (!value.isObject()) throw AutomationError::of(err::kTypeMismatch);
+      break;
+    case ParamType::Variant:
+      break;
+  }
+}
+
+/// Stops, naming the member, the parameter, its declared type and the value
+/// as typed, at the first argument its parameter cannot take.
+void checkArgumentTypes(const MethodInfo& method, const std::vector<Variant>& values,
+                        const std::vector<std::string>& typed) {
+  for (size_t i = 0; i < values.size() && i < method.params.size(); ++i) {
+    const ParamInfo& p = method.params[i];
+    if (values[i].isMissing()) continue;
+    try {
+      convertTo(p.type, values[i]);
+    } catch (const AutomationError&) {
+      throw Stop{kBadInput, method.name + ": " + p.name + " (" + p.typeName + ") cannot take \"" +
+                                excerpt(typed[i + 2], 80) + "\""};
+    }
+  }
+}
+
+/// The error a lookup or decoder swallowed while the call ran.
+class SwallowedErrors {
+ public:
+  SwallowedErrors()
+      : previous_(setDiagnosticsHook([this](const SwallowedError& e) { last_ = e; })) {}
+  ~SwallowedErrors() { setDiagnosticsHook(std::move(previous_)); }
+  SwallowedErrors(const SwallowedErrors&) = delete;
+  SwallowedErrors& operator=(const SwallowedErrors&) = delete;
+
+  const std::optional<SwallowedError>& last() const { return last_; }
+
+ private:
+  std::optional<SwallowedError> last_;
+  DiagnosticsHook previous_;
+};
+
+int call(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+  bool help = false;
+  CallOptions o = readOptions(args, help);
+  if (help) {
+    out << kCallHelp;
+    return 0;
+  }
   if (o.positional.size() < 2)
     throw Stop{kBadInput, "expects PROGID METHOD [ARG...]; see brelvane call --help"};
   std::string progId(o.positional[0]), methodName(o.positional[1]);
 
   CallWorld world(o);
-  const ClassInfo* info = world.classOf(progId);
-  if (!info)
-    throw Stop{kBadInput, "unknown ProgID " + progId + "; brelvane list shows the classes"};
-  const MethodInfo* method = info->findMethod(methodName);
-  if (!method)
-    throw Stop{kBadInput, info->progId + " has no method " + methodName + "; brelvane list " +
-                              info->progId + " shows its members"};
+  const ClassInfo* info = &world.classOf(progId);
+  const MethodInfo* method = findMethod(*info, methodName);
 
   std::vector<Variant> values;
   for (size_t i = 2; i < o.positional.size(); ++i) {
@@ -277,6 +338,7 @@ int call(std::span<const std::string_view> args, std::ostream& out) {
       throw Stop{kBadInput, "argument " + std::to_string(i - 1) + ": " + e.what()};
     }
   }
+  checkArgumentTypes(*method, values, o.positional);
   if (values.size() > method->params.size())
     throw Stop{kBadInput, method->name + " takes " + std::to_string(method->params.size()) +
                               " argument(s), not " + std::to_string(values.size())};
@@ -321,6 +383,7 @@ int call(std::span<const std::string_view> args, std::ostream& out) {
   }
 
   Outcome outcome{info, method, {}, values, {}};
+  SwallowedErrors swallowed;
   try {
     outcome.result = object->invoke(method->name, outcome.args);
   } catch (const AutomationError& e) {
@@ -334,6 +397,17 @@ int call(std::span<const std::string_view> args, std::ostream& out) {
     } catch (const AutomationError&) {  // a property that cannot be read is not shown
     }
   }
+  // A lookup or decoder never raises: an empty Str_Sql is how it fails.
+  int status = 0;
+  if (hasReadable(*info, "Str_Sql") && toText(object->get("Str_Sql")).empty()) {
+    status = 1;
+    const auto& e = swallowed.last();
+    err << "brelvane call: " << method->name << " left Str_Sql empty: "
+        << (!e          ? std::string("it reported no error")
+            : e->number ? errorText(AutomationError(e->number, e->source, e->description))
+                        : e->description)
+        << '\n';
+  }
   const auto& names = world.log_.names;
   if (o.json) {
     Json doc = {{"progId", info->progId}, {"method", method->name}};
@@ -345,7 +419,7 @@ int call(std::span<const std::string_view> args, std::ostream& out) {
     for (const auto& [n, v] : outcome.properties) doc["properties"][n] = standins::toJson(v, names);
     doc["log"] = world.log_.entries();
     out << doc.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-    return 0;
+    return status;
   }
   bool lookup = hasReadable(*info, "Str_Sql") && hasReadable(*info, "Arr_Fields") &&
                 hasReadable(*info, "Str_Caption") && hasReadable(*info, "IDLookup");
@@ -354,21 +428,14 @@ int call(std::span<const std::string_view> args, std::ostream& out) {
   else
     printGeneric(out, outcome, names);
   printLog(out, world.log_.entries());
-  return 0;
+  return status;
 }
 
 }  // namespace
 
 int callCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-  for (auto a : args) {
-    if (a == "--") break;
-    if (a == "--help" || a == "-h") {
-      out << kCallHelp;
-      return 0;
-    }
-  }
   try {
-    return call(args, out);
+    return call(args, out, err);
   } catch (const Stop& stop) {
     err << "brelvane call: " << stop.message << '\n';
     return stop.status;
@@ -376,7 +443,7 @@ int callCommand(std::span<const std::string_view> args, std::ostream& out, std::
     err << "brelvane call: " << errorText(e) << '\n';
     return 1;
   } catch (const std::exception& e) {
-    err << "brelvane call: " << e.what() << '\n';
+    err << "brelvane call: " << excerpt(e.what(), 200) << '\n';
     return kBadInput;
   }
 }

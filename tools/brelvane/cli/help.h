@@ -6,12 +6,20 @@ namespace brelvane::cli {
 inline constexpr const char* kToolHelp =
     R"(brelvane - drive the Brelvane automation component from the command line
 
-Usage:
-  brelvane run FILE.json          run a scenario file (- reads standard input)
-  brelvane call PROGID METHOD [ARG...]
-                                  make one call on the built-in demo host
-  brelvane list [PROGID]          list the classes, their members and events
-  brelvane COMMAND --help         the options and details of one command
+Usage: brelvane COMMAND [ARGUMENTS]
+
+Commands:
+  run FILE.json                run a scenario file (- reads standard input)
+  call PROGID METHOD [ARG...]  make one call on the built-in demo host
+  list [--json] [PROGID]       list the classes, their members and events
+  completion                   print a bash completion script
+  help [COMMAND]               this text, or the options and details of one
+                               command (also: brelvane COMMAND --help)
+  --version                    the version of the tool and the library
+
+Names of classes and members match whatever their case and accents
+(CausaliContabilitaIndustriale finds CausaliContabilitàIndustriale). In every
+command, the arguments after "--" are operands, never options.
 
 Examples:
   brelvane call Brelvane.CLSCI_LOOKUP NatureCosti
@@ -21,8 +29,16 @@ Examples:
 
 Exit status: 0 success; 1 a scenario expectation failed, or a call raised an
 error of its own; 2 bad input (usage, unknown ProgID or member, wrong number
-of arguments, malformed JSON or a scenario of the wrong shape), with a
-one-line message on standard error.
+of arguments, malformed JSON or a scenario of the wrong shape) or output that
+cannot be written, with a one-line message on standard error.
+)";
+
+inline constexpr const char* kCompletionHelp = R"(Usage: brelvane completion
+
+Prints a bash completion script for the tool: its commands and options, and
+the ProgIDs and members of the component's classes. Load it with
+  source <(brelvane completion)
+or install it as /usr/share/bash-completion/completions/brelvane.
 )";
 
 inline constexpr const char* kRunHelp = R"(Usage: brelvane run FILE.json
@@ -88,6 +104,8 @@ Options:
   --set PROPERTY=VALUE set a property before the call (repeatable, in order)
   --json               print the result as one JSON document
   --help               this text
+Options may come anywhere before "--"; after it every word is an argument
+(a text argument that starts with "-" and is no number goes there).
 
 Values (arguments, --set, --company, --language, --mode):
   42, -7               a Long; 2.5 a Double
@@ -110,19 +128,21 @@ by-reference arguments after the call, then every readable property that
 holds a text or an array, and what reached the launchers. An empty SQL text
 means the lookup failed.
 
-Exit status: 0 the call completed; 1 it raised an error of its own; 2 bad
-input: an unknown ProgID or method, a wrong number of arguments, an argument
-the method cannot take, a bad option or catalogue.
+Exit status: 0 the call completed; 1 it raised an error of its own, or a
+lookup or decoder left Str_Sql empty (the error it met is on standard
+error); 2 bad input: an unknown ProgID or method, a wrong number of
+arguments, an argument the method cannot take, a bad option or catalogue.
 )";
 
 inline constexpr const char* kListHelp = R"(Usage: brelvane list [--json] [PROGID]
 
 Lists every class of the component (or only PROGID) from its registration
 table: its properties (type and access), its methods with their parameters
-(type, ByRef, Optional and default), its events and its enumerations.
+(type, ByRef, Optional and default), its events and its enumerations. The
+text fits the terminal's width (80 columns when not on a terminal).
 
 Options:
-  --json   print the listing as one JSON document
+  --json   print the listing as one JSON document (for editors and scripts)
   --help   this text
 
 Exit status: 0, or 2 for an unknown ProgID or option.

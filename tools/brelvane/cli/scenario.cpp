@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "brelvane/brelvane.h"
+#include "cli/commands.h"
 #include "cli/compare.h"
 #include "standins/standins.h"
 
@@ -23,6 +24,7 @@ constexpr size_t kMaxArrayElements = 1'000'000;  // all $array values together
 constexpr int32_t kObjectRequired = 424;         // a step names no live object
 constexpr int32_t kInternalError = 51;           // anything but an automation error
 constexpr const char* kSource = "scenario";      // source of the runner's own errors
+constexpr size_t kMaxReason = 300;               // bytes of a reason on the error stream
 
 [[noreturn]] void invalid(const std::string& what) {
   throw ScenarioError(what);
@@ -627,14 +629,25 @@ Json parse(std::string_view text) {
 }  // namespace
 
 int runScenario(std::string_view text, std::ostream& out, std::ostream& err) {
+  // The reasons quote the document: each is one line, and short.
+  auto reason = [](std::string what) {
+    for (char& c : what)
+      if (c == '\n' || c == '\r') c = ' ';
+    return excerpt(what, kMaxReason);
+  };
+  // The parser would take a NUL byte for the end of the document.
+  if (auto nul = text.find('\0'); nul != std::string_view::npos) {
+    err << "brelvane run: not valid JSON: a NUL byte at offset " << nul << '\n';
+    return kScenarioInvalid;
+  }
   Json doc;
   try {
     doc = parse(text);
   } catch (const Json::parse_error& e) {
-    err << "brelvane run: not valid JSON: " << e.what() << '\n';
+    err << "brelvane run: not valid JSON: " << reason(e.what()) << '\n';
     return kScenarioInvalid;
   } catch (const std::exception& e) {
-    err << "brelvane run: not a valid scenario: " << e.what() << '\n';
+    err << "brelvane run: not a valid scenario: " << reason(e.what()) << '\n';
     return kScenarioInvalid;
   }
   // Output is written only once everything has run, so nothing reaches
@@ -645,10 +658,7 @@ int runScenario(std::string_view text, std::ostream& out, std::ostream& err) {
     Run run(doc);
     status = run.execute(buffer);
   } catch (const std::exception& e) {
-    std::string reason = e.what();
-    for (char& c : reason)
-      if (c == '\n' || c == '\r') c = ' ';
-    err << "brelvane run: not a valid scenario: " << reason << '\n';
+    err << "brelvane run: not a valid scenario: " << reason(e.what()) << '\n';
     return kScenarioInvalid;
   }
   out << buffer.str();

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# The tool's completion script completes members after their ProgID, and
+# ProgIDs after `list`. Usage: completion_test.sh BRELVANE
+set -u
+source <("$1" completion) || exit 1
+expect() {  # expect WANTED WORD...: completes the last word
+  local wanted=$1
+  shift
+  COMP_WORDS=("$@")
+  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+  _brelvane
+  if [[ "${COMPREPLY[*]}" != "$wanted" ]]; then
+    echo "completing '$*': got '${COMPREPLY[*]}', expected '$wanted'"
+    exit 1
+  fi
+}
+expect NatureCosti brelvane call brelvane.clsci_lookup NatureCo
+expect NatureCosti brelvane call --company 5 Brelvane.CLSCI_LOOKUP NatureCo
+expect Brelvane.CLSCI_DECODE brelvane list Brelvane.CLSCI_D
+expect "--version" brelvane --vers
