@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
 # Builds and tests the project as CI does, one step after another:
 #   plain      the development build: every target, warnings as errors, the
-#              unit tests, golden scenarios, the package test (static
-#              library) and the API documentation (Doxygen warnings fail it)
-#   sanitize   the same tests under AddressSanitizer + UBSan (leaks checked)
+#              unit tests (the fault sweep among them), golden scenarios, the
+#              package test (static library), the API documentation (Doxygen
+#              warnings fail it), every composed SQL text through an
+#              independent T-SQL parser, and the ODBC adapter against a
+#              throwaway PostgreSQL server on loopback
+#   sanitize   the same tests under AddressSanitizer + UBSan (leaks checked),
+#              instrumented for coverage: line and branch coverage per folder
+#              of src/, failing below 95 % of lines or 90 % of branches
 #   release    a GCC Release build of a shared library, with its tests and
 #              the package test (shared library)
 # `scripts/test.sh STEP...` runs only those steps. A step is a function
@@ -33,14 +38,31 @@ run_tests() {
 }
 
 step_plain() {
-  configure_and_build build-test -DBRELVANE_BENCH=ON -DBRELVANE_DOCS_WERROR=ON
+  # The SQL check runs on Node.js; a machine that has it already keeps its own.
+  command -v npm >/dev/null || scripts/deps.sh nodejs npm
+  scripts/deps.sh postgresql-15 odbc-postgresql unixodbc-dev unixodbc
+  configure_and_build build-test -DBRELVANE_BENCH=ON -DBRELVANE_DOCS_WERROR=ON -DBRELVANE_ODBC=ON
   run_tests build-test
+  build-test/tests/brelvane_tests --gtest_filter='FaultSweep.*' | grep '^fault sweep:'
   cmake --build build-test --target docs
+  echo "-- SQL texts through the T-SQL parser"
+  npm ci --prefix tests/sql --no-audit --no-fund --silent
+  build-test/tests/brelvane_sql_collect tests/scenarios/*.json >build-test/sql-texts.jsonl
+  node tests/sql/check.mjs <build-test/sql-texts.jsonl
+  echo "-- the ODBC adapter against PostgreSQL"
+  BRELVANE_ODBC_BUILD=build-test scripts/odbc-tests.sh
 }
 
 step_sanitize() {
-  configure_and_build build-sanitize -DBRELVANE_SANITIZE=ON
+  scripts/deps.sh gcovr
+  configure_and_build build-sanitize -DCMAKE_BUILD_TYPE=Debug -DBRELVANE_SANITIZE=ON \
+    -DBRELVANE_COVERAGE=ON
+  find build-sanitize -name '*.gcda' -delete
   run_tests build-sanitize
+  echo "-- coverage of src/"
+  gcovr -r . build-sanitize --filter 'src/' --exclude-throw-branches --exclude-unreachable-branches \
+    -j "$jobs" --json build-sanitize/coverage.json >/dev/null
+  scripts/coverage.py build-sanitize/coverage.json
 }
 
 step_release() {
