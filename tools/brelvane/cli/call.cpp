@@ -1,4 +1,5 @@
 // `brelvane call`: one call on the demo host, printed for a reader.
+#include <algorithm>
 #include <optional>
 #include <ostream>
 #include <sstream>
@@ -13,6 +14,9 @@
 #include "cli/names.h"
 #include "cli/parser.h"
 #include "demo_host.h"
+#ifdef BRELVANE_HAVE_ODBC
+#include "brelvane/odbc/odbc.h"
+#endif
 #include "standins/standins.h"
 
 namespace brelvane::cli {
@@ -29,6 +33,9 @@ struct Stop {
 
 struct CallOptions {
   bool json = false;
+  std::string connect;    // an ODBC connection string or DSN; "" for the demo connection
+  bool run = false;       // run the composed Str_Sql on that connection
+  int limit = 50;         // at most this many rows of it
   std::string catalogue;  // a file, or "" for the built-in one
   DemoCompany company;
   std::vector<std::pair<std::string, std::string>> sets;  // property, value text
@@ -48,6 +55,9 @@ CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
   auto* modeOption = app.add_option("--mode", mode);
   app.add_option("--catalog", o.catalogue);
   app.add_option("--set", sets)->allow_extra_args(false);  // one PROPERTY=VALUE each time
+  app.add_option("--connect", o.connect);
+  app.add_flag("--run", o.run);
+  app.add_option("--limit", o.limit);
   try {
     parser.parse(args);
   } catch (const std::invalid_argument& e) {
@@ -69,6 +79,8 @@ CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
     if (eq == std::string::npos || eq == 0) throw Stop{kBadInput, "--set takes PROPERTY=VALUE"};
     o.sets.emplace_back(set.substr(0, eq), set.substr(eq + 1));
   }
+  if (o.run && o.connect.empty()) throw Stop{kBadInput, "--run needs --connect"};
+  if (o.limit < 0) throw Stop{kBadInput, "--limit takes a count of rows, 0 or more"};
   o.positional = std::move(parser.operands);
   return o;
 }
@@ -100,6 +112,79 @@ bool isArgumentError(const AutomationError& e) {
           e.number == err::kWrongArgumentCount || e.number == err::kUnknownMember);
 }
 
+/// A real database connection from --connect.
+std::shared_ptr<Connection> connect(const std::string& text) {
+#ifdef BRELVANE_HAVE_ODBC
+  try {
+    return odbc::connect(text, {.loginTimeoutSeconds = 15});
+  } catch (const AutomationError& e) {
+    throw Stop{1, "--connect: " + errorText(e)};
+  }
+#else
+  (void)text;
+  throw Stop{kBadInput, "--connect: this brelvane was built without the ODBC adapter"};
+#endif
+}
+
+/// The rows of the composed text, run on the connection: the captions of
+/// Arr_Fields over at most `limit` rows.
+struct Grid {
+  std::vector<std::string> captions;
+  std::vector<std::vector<Variant>> rows;
+  bool more = false;  ///< rows were left out at the limit
+};
+
+Grid runComposed(Connection& connection, const std::string& sql, const Variant& fields, int limit) {
+  Grid grid;
+  if (fields.isArray() && fields.array().dimensions() == 2) {
+    const SafeArray& a = fields.array();
+    for (int32_t c = a.bounds()[1].lower; c <= a.bounds()[1].upper; ++c)
+      grid.captions.push_back(concatText(a.at({a.bounds()[0].lower, c})));
+  }
+  std::shared_ptr<Recordset> rows = connection.Execute(sql, ado::kCmdText);
+  while (rows && !rows->Eof()) {
+    if (static_cast<int>(grid.rows.size()) == limit) {
+      grid.more = true;
+      break;
+    }
+    std::vector<Variant> row;
+    for (size_t c = 0; c < grid.captions.size(); ++c) {
+      try {
+        row.push_back(rows->Field(static_cast<int32_t>(c)));
+      } catch (const AutomationError&) {  // fewer columns than captions
+        break;
+      }
+    }
+    grid.rows.push_back(std::move(row));
+    rows->MoveNext();
+  }
+  return grid;
+}
+
+void printGrid(std::ostream& out, const Grid& grid) {
+  std::vector<std::vector<std::string>> cells{grid.captions};
+  for (const auto& row : grid.rows) {
+    std::vector<std::string> texts;
+    for (const auto& v : row) texts.push_back(v.isNull() ? "NULL" : concatText(v));
+    cells.push_back(std::move(texts));
+  }
+  std::vector<size_t> width(grid.captions.size(), 0);
+  for (const auto& line : cells)
+    for (size_t c = 0; c < line.size() && c < width.size(); ++c)
+      width[c] = std::max(width[c], displayWidth(line[c]));
+  out << "Rows:\n";
+  for (const auto& line : cells) {
+    std::string text;
+    for (size_t c = 0; c < line.size(); ++c) {
+      if (c) text += " | ";
+      text += line[c];
+      if (c + 1 < line.size()) text.append(width[c] - displayWidth(line[c]), ' ');
+    }
+    out << "  " << text << '\n';
+  }
+  out << "(" << grid.rows.size() << (grid.more ? " rows shown, more left out)" : " rows)") << '\n';
+}
+
 /// The world of one call: the factory, the demo host and connection, and
 /// the log that the launchers and the connection write to.
 class CallWorld {
@@ -109,7 +194,7 @@ class CallWorld {
     standins::installLaunchers(factory_, Json(), log_);
     host_ = makeDemoHost(loadCatalogue(o.catalogue), o.company);
     log_.names.add(host_, "host");
-    connection_ = makeDemoConnection(log_, "connection");
+    connection_ = o.connect.empty() ? makeDemoConnection(log_, "connection") : connect(o.connect);
   }
 
   /// The class of a ProgID as typed (case and accents aside); raises Stop
@@ -408,6 +493,16 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
                         : e->description)
         << '\n';
   }
+  std::optional<Grid> grid;
+  if (o.run && status == 0) {
+    try {
+      grid = runComposed(*world.connection_, toText(object->get("Str_Sql")),
+                         object->get("Arr_Fields"), o.limit);
+    } catch (const AutomationError& e) {
+      err << "brelvane call: running the composed text: " << errorText(e) << '\n';
+      status = 1;
+    }
+  }
   const auto& names = world.log_.names;
   if (o.json) {
     Json doc = {{"progId", info->progId}, {"method", method->name}};
@@ -418,6 +513,15 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
     doc["properties"] = Json::object();
     for (const auto& [n, v] : outcome.properties) doc["properties"][n] = standins::toJson(v, names);
     doc["log"] = world.log_.entries();
+    if (grid) {
+      Json rows = Json::array();
+      for (const auto& row : grid->rows) {
+        Json r = Json::array();
+        for (const auto& v : row) r.push_back(standins::toJson(v, names));
+        rows.push_back(std::move(r));
+      }
+      doc["rows"] = {{"columns", grid->captions}, {"rows", rows}, {"more", grid->more}};
+    }
     out << doc.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
     return status;
   }
@@ -428,6 +532,7 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
   else
     printGeneric(out, outcome, names);
   printLog(out, world.log_.entries());
+  if (grid) printGrid(out, *grid);
   return status;
 }
 

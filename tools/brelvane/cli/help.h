@@ -102,6 +102,12 @@ Options:
   --catalog FILE       read the message catalogue from FILE instead
                        (one message a line: ID<TAB>TEXT)
   --set PROPERTY=VALUE set a property before the call (repeatable, in order)
+  --connect TEXT       use a real database instead of the demo connection: an
+                       ODBC connection string ("Driver=...;Server=...;...") or
+                       a DSN name; it becomes Connessione and `connection`
+  --run                run the composed Str_Sql on that connection and print
+                       its rows under the captions of Arr_Fields
+  --limit N            at most N rows (default 50)
   --json               print the result as one JSON document
   --help               this text
 Options may come anywhere before "--"; after it every word is an argument

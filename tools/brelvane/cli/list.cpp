@@ -31,14 +31,8 @@ size_t outputWidth() {
   return 80;
 }
 
-/// Width on a terminal: UTF-8 continuation bytes take no column.
-size_t columns(const std::string& text) {
-  return static_cast<size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
 std::string padded(const std::string& text, size_t width) {
-  return text + std::string(width - columns(text) + 2, ' ');
+  return text + std::string(width - displayWidth(text) + 2, ' ');
 }
 
 /// `words` run on after `first` as a paragraph, one blank apart; a line
@@ -53,7 +47,8 @@ void printWrapped(std::ostream& out, std::string first, const std::vector<std::s
     size_t gap = bare ? glue.size() : 1;
     // A word wraps when it passes the edge, and the line holds more than
     // the indent (a first word goes under the indent only if that helps).
-    if (columns(line) + gap + columns(word) > width && columns(line) > indent.size()) {
+    if (displayWidth(line) + gap + displayWidth(word) > width &&
+        displayWidth(line) > indent.size()) {
       out << line << '\n';
       line = indent + word;
     } else {
@@ -117,8 +112,8 @@ void printClass(std::ostream& out, const ClassInfo& c, size_t width) {
   if (!c.properties.empty()) {
     size_t nameWidth = 0, typeWidth = 0, accessWidth = 0;
     for (const auto& p : c.properties) {
-      nameWidth = std::max(nameWidth, columns(p.name));
-      typeWidth = std::max(typeWidth, columns(p.typeName));
+      nameWidth = std::max(nameWidth, displayWidth(p.name));
+      typeWidth = std::max(typeWidth, displayWidth(p.typeName));
       accessWidth = std::max(accessWidth, access(p).size());
     }
     out << "  Properties:\n";
@@ -138,7 +133,7 @@ void printClass(std::ostream& out, const ClassInfo& c, size_t width) {
         head += access(p);
       } else {
         head += padded(access(p), accessWidth);
-        size_t docColumn = columns(head);
+        size_t docColumn = displayWidth(head);
         head.pop_back();  // the blank before the first word comes back with it
         printWrapped(out, std::move(head), wordsOf(p.doc), width, std::string(docColumn, ' '));
         continue;

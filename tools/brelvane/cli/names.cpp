@@ -83,4 +83,9 @@ std::string didYouMean(std::string_view typed, const std::vector<std::string>& c
   return near ? " (did you mean " + *near + "?)" : "";
 }
 
+size_t displayWidth(std::string_view text) {
+  return static_cast<size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
 }  // namespace brelvane::cli

@@ -22,6 +22,9 @@ std::optional<std::string> matchName(std::string_view typed,
 std::optional<std::string> nearestName(std::string_view typed,
                                        const std::vector<std::string>& candidates);
 
+/// Columns the text takes on a terminal: UTF-8 continuation bytes take none.
+size_t displayWidth(std::string_view text);
+
 /// " (did you mean NAME?)" for a near miss, or "".
 std::string didYouMean(std::string_view typed, const std::vector<std::string>& candidates);
 

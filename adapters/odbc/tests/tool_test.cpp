@@ -1,0 +1,47 @@
+// `brelvane call --connect ... --run`: a proposal lookup whose SQL comes from
+// the database, composed and then run on the same real connection.
+#include <nlohmann/json.hpp>
+
+#include "odbc_fixture.h"
+#include "tool_run.h"
+
+namespace brelvane::odbc::testing {
+namespace {
+
+TEST_F(OdbcTest, TheToolRunsTheComposedLookupOnTheConnection) {
+  const std::string connection = connectionString();
+  auto r = cli::tool({"call", "--connect", connection, "--run", "Brelvane.CLSCI_LOOKUP",
+                      "ProposteContiPerProvider", "1", "7"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("SELECT code, description FROM proposal_accounts"), std::string::npos);
+  EXPECT_NE(r.out.find("Code | Description"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("A100 | Raw materials"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("A200 | Services"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("(2 rows)"), std::string::npos) << r.out;
+
+  auto limited = cli::tool({"call", "--json", "--connect", connection, "--run", "--limit", "1",
+                            "Brelvane.CLSCI_LOOKUP", "ProposteContiPerProvider", "1", "7"});
+  ASSERT_EQ(limited.status, 0) << limited.err;
+  auto doc = nlohmann::json::parse(limited.out);
+  EXPECT_EQ(doc["rows"]["columns"], nlohmann::json({"Code", "Description"}));
+  EXPECT_EQ(doc["rows"]["rows"],
+            nlohmann::json::array({nlohmann::json::array({"A100", "Raw materials"})}));
+  EXPECT_EQ(doc["rows"]["more"], true);
+}
+
+TEST_F(OdbcTest, TheToolSaysWhyAConnectionOrItsRowsFail) {
+  auto refused = cli::tool(
+      {"call", "--connect", "Driver=NoSuchDriver;", "Brelvane.CLSCI_LOOKUP", "NatureCosti"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("--connect: error"), std::string::npos) << refused.err;
+  // The composed text speaks the company database's dialect, which this
+  // server does not: the run fails and says so.
+  auto foreign = cli::tool(
+      {"call", "--connect", connectionString(), "--run", "Brelvane.CLSCI_LOOKUP", "NatureCosti"});
+  EXPECT_EQ(foreign.status, 1);
+  EXPECT_NE(foreign.err.find("running the composed text: error"), std::string::npos) << foreign.err;
+  EXPECT_EQ(cli::tool({"call", "--run", "Brelvane.CLSCI_LOOKUP", "NatureCosti"}).status, 2);
+}
+
+}  // namespace
+}  // namespace brelvane::odbc::testing
