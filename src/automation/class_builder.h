@@ -48,6 +48,10 @@ inline ParamSpec opt(std::string name, Variant defaultValue = Variant::missing()
   return {std::move(name), true, std::move(defaultValue), {}};
 }
 
+/// The type name a listing shows: the one given at registration, or the
+/// automation name of the C++ type.
+std::string declaredTypeName(std::string given, ParamType type);
+
 namespace detail {
 
 template <class T>
@@ -220,7 +224,7 @@ class ClassBuilder {
     PropertyInfo p;
     p.name = std::move(name);
     p.type = detail::Conv<F>::type;
-    p.typeName = typeName.empty() ? std::string(paramTypeName(p.type)) : std::move(typeName);
+    p.typeName = declaredTypeName(std::move(typeName), p.type);
     Access a = access ? *access
                       : (std::is_same_v<F, Variant>        ? kReadWriteRef
                          : detail::is_shared_ptr<F>::value ? kReadRef
@@ -289,8 +293,7 @@ class ClassBuilder {
         ParamInfo p;
         p.name = std::move(specs[i].name);
         p.type = kinds[i].first;
-        p.typeName =
-            specs[i].typeName.empty() ? std::string(paramTypeName(p.type)) : specs[i].typeName;
+        p.typeName = declaredTypeName(std::move(specs[i].typeName), p.type);
         p.byRef = kinds[i].second;
         p.optional = specs[i].optional;
         p.defaultValue = std::move(specs[i].defaultValue);

@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "automation/class_builder.h"
+
 namespace brelvane {
 
 namespace {
@@ -117,6 +119,10 @@ const Info* find(const std::vector<Info>& items,
 void ClassInfo::index() {
   propertyIndex_ = indexOf(properties);
   methodIndex_ = indexOf(methods);
+}
+
+std::string declaredTypeName(std::string given, ParamType type) {
+  return given.empty() ? std::string(paramTypeName(type)) : std::move(given);
 }
 
 const PropertyInfo* ClassInfo::findProperty(std::string_view name) const {

@@ -272,6 +272,7 @@ TEST(ConnectEvents, HandlersAnswerTheLauncherThroughByReferenceArguments) {
                          "Callback TransferData(False,'C01',8); "
                          "Callback ChiusuraSelezioneCausaleCoIn('C01')"));
   EXPECT_THROW(h.cn->Unadvise(cookie), AutomationError);
+  EXPECT_EQ(errorOf([&] { h.cn->Advise(nullptr); }), err::kInvalidCall);
 }
 
 TEST(ConnectEvents, ClosingCallsUnlinkTheLauncher) {

@@ -146,5 +146,27 @@ TEST(LookupLifecycle, AFailingUtilityDoesNotFailCreation) {
   EXPECT_EQ(lk->Str_Sql, "");
 }
 
+// The registration number bridge is the one member that raises: an object
+// that is no connection fails it under the bridge's name, and leaves the
+// lookup's outputs alone.
+TEST(RegistrationBridge, RaisesUnderItsOwnNameAndLeavesTheOutputs) {
+  World world;
+  auto lk = world.create<CLSCI_LOOKUP>();
+  lk->ActiveInterface = world.host();
+  lk->Str_Sql = "kept";
+  std::vector<Variant> args{Variant(world.host()), Variant(int32_t{1}), Variant("G1"),
+                            Variant(int16_t{1})};
+  try {
+    lk->invoke("GetNumregCoanFromNumregCoge", args);
+    ADD_FAILURE() << "no error";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number, err::kUnknownMember);
+    EXPECT_EQ(e.source, "GetNumregCoanFromNumregCoge:\r\nBrelvane");
+  }
+  EXPECT_EQ(lk->Str_Sql, "kept");
+  args[3] = Variant(int16_t{2});  // mode 2: the number itself, no connection needed
+  EXPECT_EQ(lk->invoke("GetNumregCoanFromNumregCoge", args), Variant("G1"));
+}
+
 }  // namespace
 }  // namespace brelvane::testing
