@@ -50,9 +50,9 @@ int main(int argc, char** argv) {
     for (int r = 0; r < runs; ++r) {
       auto start = std::chrono::steady_clock::now();
       readAll(*db, textBytes);
-      ms.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() -
-                                                             start)
-                       .count());
+      ms.push_back(
+          std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+              .count());
     }
     std::sort(ms.begin(), ms.end());
     std::printf("adapter %.2f %.2f\n", ms[ms.size() / 2], ms.front());

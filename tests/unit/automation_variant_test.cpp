@@ -189,10 +189,10 @@ TEST(VariantText, DatesAndNumbersAreReadStrictly) {
   // Dates: four-digit years from 100, real days, optional time to the second.
   EXPECT_EQ(Date::parse("2000-02-29"), (Date{2000, 2, 29}));
   EXPECT_EQ(Date::parse("2026-11-22 10:30"), (Date{2026, 11, 22, 10, 30, 0}));
-  for (const char* bad : {"1900-02-29", "0099-01-01", "2026-13-01", "2026-04-31", "2026-00-10",
-                          "2026-11-22T24:00", "2026-11-22T10:60", "2026-11-22T10:30:60",
-                          "2026-11-22T10:30:5", "2026-11-22X10:30", "2026/11/22", "2026-1-22",
-                          "2026-11-2x", ""})
+  for (const char* bad :
+       {"1900-02-29", "0099-01-01", "2026-13-01", "2026-04-31", "2026-00-10", "2026-11-22T24:00",
+        "2026-11-22T10:60", "2026-11-22T10:30:60", "2026-11-22T10:30:5", "2026-11-22X10:30",
+        "2026/11/22", "2026-1-22", "2026-11-2x", ""})
     EXPECT_EQ(errorOf([&] { Date::parse(bad); }), err::kTypeMismatch) << bad;
   // Numbers: blanks around, a sign, no trailing letters.
   double d = 0;
@@ -222,4 +222,3 @@ TEST(SafeArrayTest, BuiltInPlaceItsElementsMustFitTheBounds) {
 
 }  // namespace
 }  // namespace brelvane
-
