@@ -121,6 +121,34 @@ void ClassInfo::index() {
   methodIndex_ = indexOf(methods);
 }
 
+void checkConvertible(ParamType type, const Variant& value) {
+  switch (type) {
+    case ParamType::Boolean:
+      toBool(value);
+      break;
+    case ParamType::Integer:
+      toInteger(value);
+      break;
+    case ParamType::Long:
+      toLong(value);
+      break;
+    case ParamType::Double:
+      toDouble(value);
+      break;
+    case ParamType::String:
+      toText(value);
+      break;
+    case ParamType::Date:
+      toDate(value);
+      break;
+    case ParamType::Object:
+      if (!value.isObject()) throw AutomationError::of(err::kTypeMismatch);
+      break;
+    case ParamType::Variant:
+      break;
+  }
+}
+
 std::string declaredTypeName(std::string given, ParamType type) {
   return given.empty() ? std::string(paramTypeName(type)) : std::move(given);
 }

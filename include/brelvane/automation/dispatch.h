@@ -60,6 +60,10 @@ BRELVANE_API bool sameName(std::string_view a, std::string_view b);
 /// Declared type of a parameter or property.
 enum class ParamType { Variant, Boolean, Integer, Long, Double, String, Date, Object };
 BRELVANE_API std::string_view paramTypeName(ParamType type);
+/// Raises the error a call would raise converting `value` to a parameter of
+/// that type (13, 6, 94, ...); returns when it converts. An object passes
+/// for any object parameter: which interface it needs is the callee's to say.
+BRELVANE_API void checkConvertible(ParamType type, const Variant& value);
 
 struct BRELVANE_API ParamInfo {
   std::string name;

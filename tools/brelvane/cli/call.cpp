@@ -339,35 +339,6 @@ const MethodInfo* findMethod(const ClassInfo& info, std::string_view typed) {
   return info.findMethod(*found);
 }
 
-/// Raises 13 or 6 when `value` cannot become a `type`, as a call would.
-void convertTo(ParamType type, const Variant& value) {
-  switch (type) {
-    case ParamType::Boolean:
-      toBool(value);
-      break;
-    case ParamType::Integer:
-      toInteger(value);
-      break;
-    case ParamType::Long:
-      toLong(value);
-      break;
-    case ParamType::Double:
-      toDouble(value);
-      break;
-    case ParamType::String:
-      toText(value);
-      break;
-    case ParamType::Date:
-      toDate(value);
-      break;
-    case ParamType::Object:
-      if (!value.isObject()) throw AutomationError::of(err::kTypeMismatch);
-      break;
-    case ParamType::Variant:
-      break;
-  }
-}
-
 /// Stops, naming the member, the parameter, its declared type and the value
 /// as typed, at the first argument its parameter cannot take.
 void checkArgumentTypes(const MethodInfo& method, const std::vector<Variant>& values,
@@ -376,7 +347,7 @@ void checkArgumentTypes(const MethodInfo& method, const std::vector<Variant>& va
     const ParamInfo& p = method.params[i];
     if (values[i].isMissing()) continue;
     try {
-      convertTo(p.type, values[i]);
+      checkConvertible(p.type, values[i]);
     } catch (const AutomationError&) {
       throw Stop{kBadInput, method.name + ": " + p.name + " (" + p.typeName + ") cannot take \"" +
                                 excerpt(typed[i + 2], 80) + "\""};

@@ -95,37 +95,13 @@ bool refusedWhenMissing(const ParamInfo& p) {
 /// Whether converting `v` for `p` fails as the call's own conversion does,
 /// and with which error; nothing when it converts (or may, for objects).
 std::optional<int32_t> conversionError(const ParamInfo& p, const Variant& v, bool& uncertain) {
+  if (v.isMissing()) return std::nullopt;
   try {
-    if (v.isMissing()) return std::nullopt;
-    switch (p.type) {
-      case ParamType::Boolean:
-        toBool(v);
-        break;
-      case ParamType::Integer:
-        toInteger(v);
-        break;
-      case ParamType::Long:
-        toLong(v);
-        break;
-      case ParamType::Double:
-        toDouble(v);
-        break;
-      case ParamType::String:
-        toText(v);
-        break;
-      case ParamType::Date:
-        toDate(v);
-        break;
-      case ParamType::Object:
-        if (!v.isObject()) return err::kTypeMismatch;
-        uncertain = true;  // the interface is checked by the call
-        break;
-      case ParamType::Variant:
-        break;
-    }
+    checkConvertible(p.type, v);
   } catch (const AutomationError& e) {
     return e.number;
   }
+  uncertain = uncertain || p.type == ParamType::Object;  // the interface is checked by the call
   return std::nullopt;
 }
 
