@@ -154,6 +154,26 @@ TEST(Dispatch, ADescriptionFindsMembersBeforeAndAfterItIsIndexed) {
   EXPECT_EQ(info.findProperty("Nope"), nullptr);
 }
 
+TEST(Dispatch, ConvertibilityIsJudgedAsACallWouldJudgeIt) {
+  struct Case {
+    ParamType type;
+    Variant fits, refused;
+    int error;
+  } cases[] = {{ParamType::Boolean, Variant("True"), Variant("yes"), err::kTypeMismatch},
+               {ParamType::Integer, Variant("7"), Variant(int32_t{40000}), err::kOverflow},
+               {ParamType::Long, Variant(2.5), Variant::null(), err::kInvalidNull},
+               {ParamType::Double, Variant("1E3"), Variant::nothing(), err::kTypeMismatch},
+               {ParamType::String, Variant(int16_t{3}), Variant::null(), err::kInvalidNull},
+               {ParamType::Date, Variant("2026-11-22"), Variant("22/11/2026"), err::kTypeMismatch},
+               {ParamType::Object, Variant::nothing(), Variant("x"), err::kTypeMismatch}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(errorOf([&] { checkConvertible(c.type, c.fits); }), 0) << paramTypeName(c.type);
+    EXPECT_EQ(errorOf([&] { checkConvertible(c.type, c.refused); }), c.error)
+        << paramTypeName(c.type);
+  }
+  EXPECT_EQ(errorOf([] { checkConvertible(ParamType::Variant, Variant::missing()); }), 0);
+}
+
 TEST(Factory, CreatesByProgIdCaseInsensitively) {
   ObjectFactory f;
   f.add(
