@@ -1,8 +1,8 @@
 #pragma once
 // A world that costs nothing: a host, utility object, connection and
 // launchers that answer at once with constant values and log nothing, but
-// count every call by kind. The benchmark prices each member against it,
-// and the allocation budget test reads its counts. With `record` on, each
+// count every call by kind (texts apart: each may cost an allocation). The
+// benchmark prices each member against it. With `record` on, each
 // call is also kept as a step that `replay` makes again without composing
 // anything: the floor of a member.
 
