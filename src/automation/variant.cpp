@@ -90,6 +90,13 @@ std::string_view typeName(VarType type) {
   return names[static_cast<size_t>(type)];
 }
 
+void Variant::setText(std::string_view value) {
+  if (auto p = std::get_if<std::string>(&v_))
+    p->assign(value);
+  else
+    v_.emplace<std::string>(std::string(value));  // built first: a failure leaves *this as it was
+}
+
 bool Variant::isNumeric() const {
   auto t = type();
   return t == VarType::Integer || t == VarType::Long || t == VarType::Double;
@@ -165,19 +172,27 @@ bool operator==(const Variant& a, const Variant& b) {
 
 // ---- SafeArray ----------------------------------------------------------------
 
-SafeArray::SafeArray(std::vector<Bound> bounds) : bounds_(std::move(bounds)) {
-  // The product is checked factor by factor, so it can never wrap.
+namespace {
+
+/// Elements of an array with these bounds; raises 6 beyond 2^31 - 1. The
+/// product is checked factor by factor, so it can never wrap.
+size_t elementCount(std::span<const Bound> bounds) {
   constexpr uint64_t kMaxElements = std::numeric_limits<int32_t>::max();
-  const bool empty = bounds_.empty() || std::any_of(bounds_.begin(), bounds_.end(),
-                                                    [](const Bound& b) { return b.count() == 0; });
-  uint64_t n = empty ? 0 : 1;
-  for (const auto& b : bounds_) {
-    if (empty) break;
+  if (bounds.empty() ||
+      std::any_of(bounds.begin(), bounds.end(), [](const Bound& b) { return b.count() == 0; }))
+    return 0;
+  uint64_t n = 1;
+  for (const auto& b : bounds) {
     if (n > kMaxElements / b.count()) throw AutomationError::of(err::kOverflow);
     n *= b.count();
   }
+  return static_cast<size_t>(n);
+}
+
+template <class Fn>
+auto orOutOfMemory(Fn&& fn) {
   try {
-    elements_.resize(static_cast<size_t>(n));
+    return fn();
   } catch (const std::bad_alloc&) {
     throw AutomationError::of(err::kOutOfMemory);
   } catch (const std::length_error&) {
@@ -185,17 +200,58 @@ SafeArray::SafeArray(std::vector<Bound> bounds) : bounds_(std::move(bounds)) {
   }
 }
 
-SafeArray::SafeArray(std::vector<Bound> bounds, std::vector<Variant> elements)
-    : bounds_(std::move(bounds)), elements_(std::move(elements)) {
-  uint64_t n = bounds_.empty() ? 0 : 1;
-  for (const auto& b : bounds_) n = std::min<uint64_t>(n * b.count(), uint64_t{1} << 40);
+}  // namespace
+
+SafeArray::SafeArray(std::span<const Bound> bounds) {
+  const size_t n = elementCount(bounds);
+  orOutOfMemory([&] {
+    setBounds(bounds);
+    elements_.resize(n);
+  });
+}
+
+SafeArray::SafeArray(std::span<const Bound> bounds, std::vector<Variant> elements)
+    : elements_(std::move(elements)) {
+  uint64_t n = bounds.empty() ? 0 : 1;
+  for (const auto& b : bounds) n = std::min<uint64_t>(n * b.count(), uint64_t{1} << 40);
   if (n != elements_.size()) throw AutomationError::of(err::kInvalidCall, "array elements");
+  orOutOfMemory([&] { setBounds(bounds); });
+}
+
+void SafeArray::setBounds(std::span<const Bound> bounds) {
+  if (bounds.size() <= kInlineDimensions) {
+    std::copy(bounds.begin(), bounds.end(), inline_.begin());
+    wide_.clear();
+  } else {
+    wide_.assign(bounds.begin(), bounds.end());
+  }
+  dimensions_ = bounds.size();
+}
+
+void SafeArray::reshape(std::span<const Bound> bounds) {
+  const size_t n = elementCount(bounds);
+  orOutOfMemory([&] {
+    // Both allocations come first, so a failure leaves the array as it was.
+    if (bounds.size() > kInlineDimensions) wide_.reserve(bounds.size());
+    elements_.reserve(n);
+    elements_.resize(n);
+    setBounds(bounds);
+  });
+}
+
+std::span<const Bound> SafeArray::bounds() const {
+  if (dimensions_ <= kInlineDimensions) return {inline_.data(), dimensions_};
+  return wide_;
+}
+
+bool operator==(const SafeArray& a, const SafeArray& b) {
+  return std::ranges::equal(a.bounds(), b.bounds()) && std::ranges::equal(a.elements(), b.elements());
 }
 
 size_t SafeArray::offset(std::initializer_list<int32_t> index) const {
-  if (index.size() != bounds_.size()) throw AutomationError::of(err::kSubscript);
+  if (index.size() != dimensions_) throw AutomationError::of(err::kSubscript);
   size_t off = 0;
-  auto b = bounds_.begin();
+  auto b = bounds().begin();
   for (int32_t i : index) {
     if (i < b->lower || i > b->upper) throw AutomationError::of(err::kSubscript);
     off = off * static_cast<size_t>(b->count()) + static_cast<size_t>(int64_t{i} - b->lower);

@@ -38,7 +38,8 @@ struct DecodeTest : ::testing::Test {
   }
   void expectDescriptor(const std::string& column) {
     const SafeArray& a = dc->Arr_Fields.array();
-    ASSERT_EQ(a.bounds(), (std::vector<Bound>{{0, 0}, {0, 1}}));
+    ASSERT_EQ(std::vector<Bound>(a.bounds().begin(), a.bounds().end()),
+              (std::vector<Bound>{{0, 0}, {0, 1}}));
     EXPECT_EQ(a.at({0, 0}).object(), edit);
     EXPECT_EQ(a.at({0, 1}), Variant(column));
   }

@@ -14,10 +14,13 @@
 //   compared (Null, Missing, an object, a text that is no number) is simply
 //   not equal. So ValueOrDefault(Null, "") == 2 is false, not an error.
 
+#include <array>
 #include <compare>
+#include <initializer_list>
 #include <concepts>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -103,6 +106,11 @@ class BRELVANE_API Variant {
   Variant& operator=(Variant&&) noexcept;
   ~Variant();
 
+  /// Makes the Variant the text `value`. A Variant that holds a text
+  /// already keeps its buffer, so rewriting an output allocates only when
+  /// the new text is longer than any it held.
+  void setText(std::string_view value);
+
   static Variant null() { return Variant(NullTag{}); }
   static Variant missing() { return Variant(MissingTag{}); }
   /// An object reference to nothing.
@@ -162,24 +170,44 @@ class BRELVANE_API SafeArray {
   SafeArray() = default;
   /// Every element starts Empty. Raises 6 when the element count exceeds
   /// what an automation array can hold (2^31 - 1), 7 when memory runs out.
-  explicit SafeArray(std::vector<Bound> bounds);
+  explicit SafeArray(std::span<const Bound> bounds);
+  explicit SafeArray(std::initializer_list<Bound> bounds)
+      : SafeArray(std::span<const Bound>(bounds.begin(), bounds.size())) {}
   /// An array built in place: `elements` in row order, the last index
   /// varying fastest. Raises 5 when their number does not match the bounds.
-  SafeArray(std::vector<Bound> bounds, std::vector<Variant> elements);
+  SafeArray(std::span<const Bound> bounds, std::vector<Variant> elements);
+  SafeArray(std::initializer_list<Bound> bounds, std::vector<Variant> elements)
+      : SafeArray(std::span<const Bound>(bounds.begin(), bounds.size()), std::move(elements)) {}
 
-  const std::vector<Bound>& bounds() const { return bounds_; }
-  size_t dimensions() const { return bounds_.size(); }
-  const std::vector<Variant>& elements() const { return elements_; }
+  std::span<const Bound> bounds() const;
+  size_t dimensions() const { return dimensions_; }
+  std::span<const Variant> elements() const { return elements_; }
+  std::span<Variant> elements() { return elements_; }
+
+  /// Gives the array new bounds and keeps its storage: the elements that
+  /// fit stay as they are (in flat order), any new ones are Empty. Raises
+  /// as the constructor does, and then leaves the array unchanged.
+  void reshape(std::span<const Bound> bounds);
+  void reshape(std::initializer_list<Bound> bounds) {
+    reshape(std::span<const Bound>(bounds.begin(), bounds.size()));
+  }
 
   /// Element by index per dimension; raises 9 outside the bounds.
   Variant& at(std::initializer_list<int32_t> index);
   const Variant& at(std::initializer_list<int32_t> index) const;
 
-  bool operator==(const SafeArray&) const = default;
+  friend BRELVANE_API bool operator==(const SafeArray& a, const SafeArray& b);
 
  private:
   size_t offset(std::initializer_list<int32_t> index) const;
-  std::vector<Bound> bounds_;
+  void setBounds(std::span<const Bound> bounds);
+
+  // The bounds of one or two dimensions, which is every array the classes
+  // compose, are kept in place; wider arrays keep theirs in `wide_`.
+  static constexpr size_t kInlineDimensions = 2;
+  size_t dimensions_ = 0;
+  std::array<Bound, kInlineDimensions> inline_{};
+  std::vector<Bound> wide_;
   std::vector<Variant> elements_;
 };
 
