@@ -1,5 +1,7 @@
 #include "compose/case_column.h"
 
+#include <charconv>
+
 #include "compose/guard.h"
 
 namespace brelvane {
@@ -12,7 +14,9 @@ void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) 
   for (auto line : column.open) sql.line(line);
   const BranchForm& form = column.form;
   for (const Branch& branch : column.branches) {
-    const std::string value = decimal(branch.value);
+    char digits[12];
+    const std::string_view value(digits,
+                                 std::to_chars(digits, digits + sizeof digits, branch.value).ptr);
     sql.append(form.when);
     if (form.width > static_cast<int>(value.size()))
       sql.blanks(static_cast<size_t>(form.width) - value.size());
@@ -30,12 +34,8 @@ void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) 
   for (auto line : column.close) sql.line(line);
 }
 
-std::string caseFragment(const HostAccess& host, const CaseColumn& column) {
-  return fragmentOrEmpty([&] {
-    SqlText sql(1024);
-    appendCase(sql, host, column);
-    return sql.take();
-  });
+void appendCaseFragment(SqlText& sql, const HostAccess& host, const CaseColumn& column) {
+  sql.fragment([&] { appendCase(sql, host, column); });
 }
 
 }  // namespace brelvane

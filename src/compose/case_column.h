@@ -56,8 +56,9 @@ struct CaseColumn {
 /// fetched (GetLabel) when its line is written.
 void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column);
 
-/// The CASE column as a fragment, or "" when anything fails.
-std::string caseFragment(const HostAccess& host, const CaseColumn& column);
+/// Appends the CASE column as a fragment: whole, or nothing when anything
+/// fails.
+void appendCaseFragment(SqlText& sql, const HostAccess& host, const CaseColumn& column);
 
 /// Appends "'" + label + "' " (the quoted-label tail shared by every branch).
 void appendLabel(SqlText& sql, const HostAccess& host, int32_t messageId);

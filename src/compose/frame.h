@@ -5,6 +5,8 @@
 // compose the text with SqlText, hand it over. `member` turns such a
 // function into a registered method that runs under the error convention.
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -22,16 +24,42 @@
 
 namespace brelvane {
 
+/// The length of the text a member composed last time: its next call
+/// reserves that much at once, so the text is written without growing.
+/// One per registered member, shared by every instance and thread.
+class SizeHint {
+ public:
+  SizeHint() = default;
+  SizeHint(const SizeHint& other) : size_(other.get()) {}
+  SizeHint& operator=(const SizeHint&) = delete;
+  size_t get() const { return size_.load(std::memory_order_relaxed); }
+  void set(size_t size) const { size_.store(size, std::memory_order_relaxed); }
+
+ private:
+  mutable std::atomic<size_t> size_{0};
+};
+
 template <class Object>
 class Frame {
  public:
-  explicit Frame(Object& object)
-      : host(object.ActiveInterface, internal::Access::of(object).utility), object_(object) {}
+  explicit Frame(Object& object, const SizeHint* hint = nullptr)
+      : host(object.ActiveInterface, internal::Access::of(object).utility),
+        object_(object),
+        hint_(hint) {}
 
   const HostAccess host;
 
-  void sql(SqlText& text) { object_.Str_Sql = text.take(); }
-  void sql(std::string text) { object_.Str_Sql = std::move(text); }
+  /// The buffer of the member's text: as long as its last text was, or
+  /// `firstGuess` before it has composed one.
+  SqlText text(size_t firstGuess = 1024) const {
+    const size_t last = hint_ ? hint_->get() : 0;
+    return SqlText(last ? last : firstGuess);
+  }
+  void sql(SqlText& text) { sql(text.take()); }
+  void sql(std::string text) {
+    if (hint_) hint_->set(text.size());
+    object_.Str_Sql = std::move(text);
+  }
 
   Object& object() { return object_; }
   UtilityObject& utility() const { return host.utility(); }
@@ -50,22 +78,20 @@ class Frame {
 
   /// Arr_Fields (0 To 1, 0 To N-1): the captions, then "" under each.
   void columns(std::initializer_list<std::string_view> captions) {
-    object_.Arr_Fields = fieldsArray(captions);
+    setFields(object_.Arr_Fields, {captions.begin(), captions.size()});
   }
   void columns(std::span<const std::string_view> captions) {
-    object_.Arr_Fields = fieldsArray(captions);
+    setFields(object_.Arr_Fields, captions);
   }
   /// Str_Caption from a message id (message text alone, no SQL preparation).
   void caption(int32_t messageId) { object_.Str_Caption = host.message(messageId); }
   void captionText(std::string text) { object_.Str_Caption = std::move(text); }
-  void id(std::string_view value) { object_.IDLookup = Variant(value); }
+  void id(std::string_view value) { object_.IDLookup.setText(value); }
   /// The per-instance language code that replaces <LINGUA>.
   Variant& languageCode() { return internal::Access::of(object_).languageCode; }
   /// Replaces every <LINGUA> with the instance's language code in quotes.
-  void substituteLanguage(std::string& text) {
-    SqlText quoted(16);
-    quoted.append("'", concatText(languageCode()), "'");
-    replaceAll(text, "<LINGUA>", quoted.view());
+  void substituteLanguage(SqlText& text) {
+    text.fill({{"<LINGUA>", quoted(concatText(languageCode()))}});
   }
 
   // ---- Decode outputs ----
@@ -73,23 +99,23 @@ class Frame {
   /// Arr_Fields (0 To 0, 0 To 1): the control that shows the description
   /// (Nothing for the existence checks) and the result column to show.
   void descriptor(const std::shared_ptr<Dispatch>& control, std::string_view column) {
-    std::vector<Variant> elements;
-    elements.reserve(2);
-    elements.emplace_back(control);
-    elements.emplace_back(column);
-    object_.Arr_Fields = Variant(SafeArray({Bound{0, 0}, Bound{0, 1}}, std::move(elements)));
+    const std::span<Variant> elements =
+        reusedArray(object_.Arr_Fields, {Bound{0, 0}, Bound{0, 1}}).elements();
+    elements[0] = Variant(control);
+    elements[1].setText(column);
   }
 
  private:
   Object& object_;
+  const SizeHint* hint_;
 };
 
 /// A public lookup or decode method: runs `body` with a frame under the
 /// error convention (any error empties Str_Sql, nothing reaches the caller).
 template <class Object, class Body>
-void composeGuarded(Object& object, Body&& body) noexcept {
+void composeGuarded(Object& object, Body&& body, const SizeHint* hint = nullptr) noexcept {
   composeGuarded(object.Str_Sql, [&] {
-    Frame<Object> frame(object);
+    Frame<Object> frame(object, hint);
     body(frame);
   });
 }
@@ -97,8 +123,9 @@ void composeGuarded(Object& object, Body&& body) noexcept {
 namespace detail {
 template <class Object, class Fn, class... A>
 auto guardedMember(Fn fn, std::tuple<A...>*) {
-  return [fn = std::move(fn)](Object& object, A... args) {
-    composeGuarded(object, [&](Frame<Object>& f) { fn(f, std::forward<A>(args)...); });
+  return [fn = std::move(fn), hint = SizeHint()](Object& object, A... args) {
+    composeGuarded(
+        object, [&](Frame<Object>& f) { fn(f, std::forward<A>(args)...); }, &hint);
   };
 }
 }  // namespace detail

@@ -69,25 +69,21 @@ Variant HostAccess::installationSetting() const {
   return required(host_).InstallationSetting();
 }
 
-namespace {
-template <class Range>
-Variant makeFields(const Range& captions) {
-  // Row 0 the captions, row 1 an empty text under each, built in place.
-  const size_t n = std::size(captions);
-  std::vector<Variant> elements;
-  elements.reserve(2 * n);
-  for (const auto& caption : captions) elements.emplace_back(std::string_view(caption));
-  elements.resize(2 * n, Variant(std::string_view()));
-  return Variant(
-      SafeArray({Bound{0, 1}, Bound{0, static_cast<int32_t>(n) - 1}}, std::move(elements)));
+SafeArray& reusedArray(Variant& target, std::initializer_list<Bound> bounds) {
+  if (!target.isArray()) target = Variant(SafeArray());
+  SafeArray& array = target.array();
+  array.reshape(bounds);
+  return array;
 }
-}  // namespace
 
-Variant fieldsArray(std::initializer_list<std::string_view> captions) {
-  return makeFields(captions);
-}
-Variant fieldsArray(std::span<const std::string_view> captions) {
-  return makeFields(captions);
+void setFields(Variant& target, std::span<const std::string_view> captions) {
+  const size_t n = captions.size();
+  SafeArray& array = reusedArray(target, {Bound{0, 1}, Bound{0, static_cast<int32_t>(n) - 1}});
+  const std::span<Variant> elements = array.elements();
+  for (size_t i = 0; i < n; ++i) {
+    elements[i].setText(captions[i]);
+    elements[n + i].setText({});
+  }
 }
 
 }  // namespace brelvane

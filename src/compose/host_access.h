@@ -61,8 +61,15 @@ T& required(const std::shared_ptr<T>& p) {
   return *p;
 }
 
-/// An Arr_Fields array (0 To 1, 0 To N-1): captions in row 0, "" in row 1.
-Variant fieldsArray(std::initializer_list<std::string_view> captions);
-Variant fieldsArray(std::span<const std::string_view> captions);
+/// The array `target` holds, given `bounds`; a target that holds no array
+/// is made one. The array keeps its storage, so an output rewritten with the
+/// same shape as before allocates nothing. Its elements are left as they
+/// were: the caller writes every one.
+SafeArray& reusedArray(Variant& target, std::initializer_list<Bound> bounds);
+
+/// Makes `target` an Arr_Fields array (0 To 1, 0 To N-1): captions in row 0,
+/// "" under each in row 1. Only an allocation failure stops it midway, and
+/// then the array holds some of the new captions.
+void setFields(Variant& target, std::span<const std::string_view> captions);
 
 }  // namespace brelvane

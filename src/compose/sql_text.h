@@ -20,6 +20,12 @@ concept SqlPiece = std::convertible_to<const P&, std::string_view> ||
     (std::integral<P> && !std::same_as<P, char> && !std::same_as<P, bool> &&
      !std::same_as<P, signed char> && !std::same_as<P, unsigned char>);
 
+/// A placeholder of a composed text and the value that takes its place.
+struct Placeholder {
+  std::string_view name;  ///< "<CONTO>"
+  std::string_view value;
+};
+
 class SqlText {
  public:
   explicit SqlText(size_t reserve = 2048) { text_.reserve(reserve); }
@@ -48,6 +54,23 @@ class SqlText {
     return *this;
   }
 
+  /// Appends what `body()` writes to this text, or nothing when it raises:
+  /// a fragment is there whole or not at all.
+  template <class Body>
+  SqlText& fragment(Body&& body) noexcept {
+    const size_t mark = text_.size();
+    try {
+      body();
+    } catch (...) {
+      text_.resize(mark);
+    }
+    return *this;
+  }
+
+  /// Fills the placeholders of the text composed so far, as
+  /// fillPlaceholders does.
+  SqlText& fill(std::initializer_list<Placeholder> placeholders);
+
   std::string_view view() const { return text_; }
   size_t size() const { return text_.size(); }
   bool contains(std::string_view s) const { return text_.find(s) != std::string::npos; }
@@ -72,23 +95,30 @@ class SqlText {
 /// string of its own (a list joined by commas, say).
 template <std::integral I>
 std::string decimal(I value) {
-  SqlText text(24);
-  text.append(value);
-  return text.take();
+  char digits[24];
+  return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
 /// Replaces every occurrence of `from`, left to right, case-sensitively.
 void replaceAll(std::string& text, std::string_view from, std::string_view to);
 
-/// A placeholder of a composed text and the value that takes its place.
-struct Placeholder {
-  std::string_view name;  ///< "<CONTO>"
-  std::string_view value;
-};
-
 /// Replaces the placeholders as replaceAll would, one after the other, in
 /// the order given, but in one pass over the text when that gives the same
-/// result: when no value holds a '<' that a later placeholder could match.
+/// result: when no value holds a '<' or '>' and every '<' of the text starts
+/// a placeholder. That pass writes in the text's own buffer unless the text
+/// grows at one placeholder and shrinks at another.
 void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> placeholders);
+
+inline SqlText& SqlText::fill(std::initializer_list<Placeholder> placeholders) {
+  fillPlaceholders(text_, placeholders);
+  return *this;
+}
+
+/// `value` between apostrophes; nothing inside is escaped.
+inline std::string quoted(std::string_view value) {
+  std::string text;
+  text.reserve(value.size() + 2);
+  return text.append(1, '\'').append(value).append(1, '\'');
+}
 
 }  // namespace brelvane

@@ -42,7 +42,7 @@ void causalDecode(Frame& f, const CausalDecoder& row, int16_t mask,
   // only Str_Sql is emptied, and the host shows no description.
   if (row.byMovement && f.textCode(causal).empty()) return f.sql("");
   f.descriptor(control, "CI03_DESCR");
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT (SELECT CI03_DESCR FROM FNCI03_CAUSALI(CI03_CODCAUS, ",
            f.host.companyCodeText(), ")) AS  CI03_DESCR ");
   sql.line(" FROM            CI03_CAUSALI          WITH(NOLOCK)        ");

@@ -54,22 +54,19 @@ std::string allowedAccountTypes(Connection& connection, const Variant& causal, i
 
 /// FiltroContiDisattivati: without a reference date, nothing; with one, the
 /// NOT EXISTS filter on PC17_STATIPDC. Unlike the lookups, the decoders apply
-/// it whatever the company mode. "" when anything fails.
-std::string disabledAccountFilter(Frame& f, bool opensWhere) {
-  return fragmentOrEmpty([&] {
+/// it whatever the company mode. Nothing is appended when anything fails.
+void disabledAccountFilter(Frame& f, SqlText& sql, bool opensWhere) {
+  sql.fragment([&] {
     const Variant& date = f.object().DataValiditaConti;
-    if (date.isNull()) return std::string();
-    SqlText sql(640);
+    if (date.isNull()) return;
     std::string company = f.host.companyCodeText();
     appendDisabledAccountFilter(sql, opensWhere, company, f.utility().SqlDateLiteral(date));
-    return sql.take();
   });
 }
 
 /// Without a connection the kind of the chart is unknown: the analytic
 /// description when there is one, else the general-accounting one.
-std::string eitherChartQuery() {
-  SqlText sql(320);
+void eitherChartQuery(SqlText& sql) {
   sql.line(
       " SELECT   ISNULL ((SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(<CODICEPDC>, <CONTO>, NULL, "
       "<LINGUA> )), ");
@@ -77,7 +74,6 @@ std::string eitherChartQuery() {
       "                  (SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(<CODICEPDC>, <CONTO>, NULL, "
       "<LINGUA> ))  ");
   sql.line("                 ) AS PC03_DESCR           ");
-  return sql.take();
 }
 
 /// PC01_INDTIPOPDC of the chart (Null read as 1), or none for an unknown chart.
@@ -93,12 +89,14 @@ std::optional<int32_t> chartKind(Frame& f, Connection& connection, const Variant
                   });
 }
 
-std::string chartQuery(Frame& f, Connection& connection, const Variant& chart) {
+void chartQuery(Frame& f, SqlText& sql, Connection& connection, const Variant& chart) {
   std::optional<int32_t> kind = chartKind(f, connection, chart);
   // An unknown chart: a query that finds no row.
-  if (!kind) return " SELECT * FROM PC03_ANAGPDC WHERE 1 = 2 ";
+  if (!kind) {
+    sql.append(" SELECT * FROM PC03_ANAGPDC WHERE 1 = 2 ");
+    return;
+  }
   const CLSCI_DECODE& d = f.object();
-  SqlText sql(1024);
   switch (*kind) {
     case 1:  // industrial accounting: the causal code and sign may restrict the account type
       sql.line(
@@ -107,34 +105,36 @@ std::string chartQuery(Frame& f, Connection& connection, const Variant& chart) {
         std::string types = allowedAccountTypes(connection, d.Causale, d.Segno);
         if (!types.empty()) sql.append(" WHERE     PC03_TIPOCONTOCI IN ", types);
       }
-      sql.append(disabledAccountFilter(f, !sql.contains("WHERE")));
+      disabledAccountFilter(f, sql, !sql.contains("WHERE"));
       break;
     case 2:
       sql.line("SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) ");
-      sql.append(disabledAccountFilter(f, true));
+      disabledAccountFilter(f, sql, true);
       break;
     default:  // general accounting
       sql.line("SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) ");
       break;
   }
-  return sql.take();
 }
 
-/// AnagraficaPianoDeiConti: the account's description, the placeholders of
-/// the chosen query filled in last.
+/// AnagraficaPianoDeiConti: the account's description. The placeholders of
+/// the chosen query are filled in last, in the query's own buffer: their
+/// values are read after the query is composed, and the host must see its
+/// calls in that order.
 void chartAccount(Frame& f, const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodicePdC,
                   const Variant& Conto) {
   std::string language = f.host.hasHost() ? concatText(f.host.languageCode()) : "ITA ";
   f.descriptor(TextEdit, "PC03_DESCR");
   const auto& connection = f.object().Connessione;
-  std::string sql = connection ? chartQuery(f, *connection, CodicePdC) : eitherChartQuery();
+  SqlText sql = f.text(320);
+  if (connection)
+    chartQuery(f, sql, *connection, CodicePdC);
+  else
+    eitherChartQuery(sql);
   const std::string chart = f.numericCode(CodicePdC);
-  SqlText account(32), lang(16);
-  account.append("'", f.textCode(Conto), "'");
-  lang.append("'", language, "'");
-  fillPlaceholders(
-      sql, {{"<CODICEPDC>", chart}, {"<CONTO>", account.view()}, {"<LINGUA>", lang.view()}});
-  f.sql(std::move(sql));
+  const std::string account = quoted(f.textCode(Conto));
+  sql.fill({{"<CODICEPDC>", chart}, {"<CONTO>", account}, {"<LINGUA>", quoted(language)}});
+  f.sql(sql);
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ constexpr IndicatorDecoder kIndicatorDecoders[] = {
 void indicatorDecode(Frame& f, const IndicatorDecoder& row,
                      const std::shared_ptr<Dispatch>& control, const Variant& code) {
   f.descriptor(control, "CI90_VALORE");
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   appendCase(
       sql, f.host,
       {.open = {row.select, "    CASE CI90_VALORE                 "},

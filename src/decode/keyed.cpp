@@ -34,7 +34,7 @@ void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const Variant> arg
   for (size_t i = 0; i < args.size(); ++i)
     if (isControl(row.params[i].kind)) control = args[i].object();
   f.descriptor(control, row.column);
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   for (const Line& line : row.lines) {
     if (line.text.empty()) break;
     if (sql.size() > 0) sql.line();

@@ -30,7 +30,7 @@ struct ProviderTable {
 void providerDecode(Frame& f, const ProviderTable& table, const std::shared_ptr<Dispatch>& control,
                     int16_t provider) {
   f.descriptor(control, table.column);
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   sql.line(table.open);
   sql.append(table.indent, describedBy(f, table.expression)).line(table.from);
   sql.append(table.where, provider);
@@ -96,7 +96,7 @@ constexpr HeaderFieldDecoder kHeaderFieldDecoders[] = {
 void headerFieldDecode(Frame& f, const HeaderFieldDecoder& row,
                        const std::shared_ptr<Dispatch>& control, int16_t field, int16_t tipoCoin) {
   HeaderFieldKind kind = headerFieldKind(row.kinds, tipoCoin);
-  SqlText sql(384);
+  SqlText sql = f.text(384);
   headerFieldHead(f, sql, control);
   if (row.fieldFirst) {
     sql.line(" WHERE  CI48_CAMPO = ", field);
@@ -114,7 +114,7 @@ void headerFieldDecode(Frame& f, const HeaderFieldDecoder& row,
 /// only.
 void causalHeaderField(Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
                        int16_t fintCodiceCampo) {
-  SqlText sql(320);
+  SqlText sql = f.text(320);
   headerFieldHead(f, sql, TextEdit);
   sql.line(" WHERE                             ");
   sql.line("    ((CI48_INDTIPO / 8) & 2) <> 0");

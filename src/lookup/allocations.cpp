@@ -41,7 +41,7 @@ constexpr CompanyMaster kCompanyMasters[] = {
 
 void companyMaster(Frame& f, const CompanyMaster& master, int32_t flngCodiceDitta) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   sql.line(master.select).line(master.description).line(master.from);
   sql.append(master.where, flngCodiceDitta);
   f.sql(sql);
@@ -52,7 +52,7 @@ void companyMaster(Frame& f, const CompanyMaster& master, int32_t flngCodiceDitt
 /// Espressioni: the expressions with the sign of their movements as words.
 void expressions(Frame& f) {
   f.columns({"Codice", "Segno mov.", "Descrizione"});
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT  CI54_CODESP");
   // Aliased without the table prefix; no ELSE, so any other sign shows NULL.
   appendCase(sql, f.host,

@@ -15,9 +15,9 @@ constexpr BranchForm kValueForm11{
 // Flag form: the value is part of the WHEN literal ("WHEN  0 THEN '").
 constexpr BranchForm kFlagForm{.when = "           WHEN ", .then = " THEN '", .width = 2};
 
-std::string flagCase(const HostAccess& host, std::string_view open, std::string_view end,
-                     std::string_view alias) {
-  return caseFragment(host, {.open = {open},
+void flagCase(SqlText& sql, const HostAccess& host, std::string_view open, std::string_view end,
+              std::string_view alias) {
+  appendCaseFragment(sql, host, {.open = {open},
                              .form = kFlagForm,
                              .branches = kYesNo,
                              .otherwise = {},
@@ -34,16 +34,16 @@ bool hasReferenceDate(const HostAccess& host, const Variant& date) {
 
 }  // namespace
 
-std::string CaseIndProvCosto(const HostAccess& host) {
-  return caseFragment(host, {.open = {"     ,CASE   PC03_INDPROVCOSTO       "},
+void CaseIndProvCosto(SqlText& sql, const HostAccess& host) {
+  appendCaseFragment(sql, host, {.open = {"     ,CASE   PC03_INDPROVCOSTO       "},
                              .form = kValueForm13,
                              .branches = {{0, 39128}, {2, 16671}, {3, 16618}, {1, 75180}},
                              .otherwise = {},
                              .close = {"      END AS PC03_INDPROVCOSTO       "}});
 }
 
-std::string CaseTipoContoCI(const HostAccess& host) {
-  return caseFragment(host, {.open = {"     ,CASE PC03_TIPOCONTOCI                "},
+void CaseTipoContoCI(SqlText& sql, const HostAccess& host) {
+  appendCaseFragment(sql, host, {.open = {"     ,CASE PC03_TIPOCONTOCI                "},
                              .form = kValueForm11,
                              .branches = {{0, 39154},
                                           {1, 15718},
@@ -61,33 +61,33 @@ std::string CaseTipoContoCI(const HostAccess& host) {
                                        "     AS    PC03_TIPOCONTOCI                "}});
 }
 
-std::string CaseFlgGesCoSult(const HostAccess& host) {
-  return flagCase(host, "     ,CASE PC03_FLGGESCOSULT               ",
+void CaseFlgGesCoSult(SqlText& sql, const HostAccess& host) {
+  flagCase(sql, host, "     ,CASE PC03_FLGGESCOSULT               ",
                   "       END                                 ",
                   "      AS   PC03_FLGGESCOSULT               ");
 }
 
-std::string CaseFlgPartInfra(const HostAccess& host) {
-  return flagCase(host, "     ,CASE PC03_FLGPARTINFRA               ",
+void CaseFlgPartInfra(SqlText& sql, const HostAccess& host) {
+  flagCase(sql, host, "     ,CASE PC03_FLGPARTINFRA               ",
                   "       END                                 ",
                   "     AS    PC03_FLGPARTINFRA               ");
 }
 
-std::string CaseFlgQuadratura(const HostAccess& host) {
-  return flagCase(host, "     ,CASE PC03_FLGQUADRATURA              ",
+void CaseFlgQuadratura(SqlText& sql, const HostAccess& host) {
+  flagCase(sql, host, "     ,CASE PC03_FLGQUADRATURA              ",
                   "       END                                 ",
                   "     AS    PC03_FLGQUADRATURA              ");
 }
 
-std::string CaseFlgVistoTMas(const HostAccess& host) {
-  return flagCase(host, "     ,CASE PC03_FLGVISTOTMAS               ",
+void CaseFlgVistoTMas(SqlText& sql, const HostAccess& host) {
+  flagCase(sql, host, "     ,CASE PC03_FLGVISTOTMAS               ",
                   "       END                                 ",
                   "     AS    PC03_FLGVISTOTMAS               ");
 }
 
-std::string CaseIndFontiUsi(const HostAccess& host) {
-  return caseFragment(
-      host, {.open = {"     ,CASE PC03_INDFONTIUSI              "},
+void CaseIndFontiUsi(SqlText& sql, const HostAccess& host) {
+  appendCaseFragment(
+      sql, host, {.open = {"     ,CASE PC03_INDFONTIUSI              "},
              .form = {.when = "         WHEN ", .then = "             THEN '", .twoLines = true},
              .branches = {{0, 27407},
                           {1, 30698},
@@ -110,9 +110,9 @@ std::string CaseIndFontiUsi(const HostAccess& host) {
                        "     AS    PC03_INDFONTIUSI              "}});
 }
 
-std::string CaseTipoContoRicl(const HostAccess& host) {
-  return caseFragment(
-      host,
+void CaseTipoContoRicl(SqlText& sql, const HostAccess& host) {
+  appendCaseFragment(
+      sql, host,
       {.open = {"     ,CASE  PC03_TIPOCONTORICL          "},
        .form = {.when = "            WHEN ", .then = "               THEN '", .twoLines = true},
        .branches = {{0, 15692}, {1, 43440}, {2, 23889}, {3, 39301}},
@@ -120,10 +120,10 @@ std::string CaseTipoContoRicl(const HostAccess& host) {
        .close = {"      END AS  PC03_TIPOCONTORICL       "}});
 }
 
-std::string CaseIndSegno(const HostAccess& host) {
+void CaseIndSegno(SqlText& sql, const HostAccess& host) {
   // Two blanks after WHEN; 39301 also labels value 3 of PC03_TIPOCONTORICL.
-  return caseFragment(
-      host,
+  appendCaseFragment(
+      sql, host,
       {.open = {"     , CASE PC03_INDSEGNO               "},
        .form = {.when = "           WHEN  ", .then = "               THEN '", .twoLines = true},
        .branches = {{1, 17737}, {2, 8493}, {0, 39301}},
@@ -132,37 +132,34 @@ std::string CaseIndSegno(const HostAccess& host) {
                  "      AS    PC03_INDSEGNO                "}});
 }
 
-std::string CaseIndStaPer(const HostAccess& host) {
+void CaseIndStaPer(SqlText& sql, const HostAccess& host) {
   // No leading comma: callers place it first in a SELECT list.
-  return caseFragment(host, {.open = {"       CASE CI04_INDSTAPER     "},
+  appendCaseFragment(sql, host, {.open = {"       CASE CI04_INDSTAPER     "},
                              .form = kValueForm11,
                              .branches = {{0, 55020}, {1, 44336}},
                              .otherwise = {},
                              .close = {"       END AS CI04_INDSTAPER   "}});
 }
 
-std::string CaseIsAnalitico(const HostAccess& host) {
-  return flagCase(host, "     , CASE PC03_ISANALITICO               ",
+void CaseIsAnalitico(SqlText& sql, const HostAccess& host) {
+  flagCase(sql, host, "     , CASE PC03_ISANALITICO               ",
                   "       END                                 ",
                   "     AS    PC03_ISANALITICO                ");
 }
 
-std::string JoinStatiPdC(const HostAccess& host, const Variant& DataValiditaConti) {
-  return fragmentOrEmpty([&]() -> std::string {
-    if (!gateOpen(host) || hasReferenceDate(host, DataValiditaConti)) return {};
-    SqlText sql(256);
+void JoinStatiPdC(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti) {
+  sql.fragment([&] {
+    if (!gateOpen(host) || hasReferenceDate(host, DataValiditaConti)) return;
     sql.line(" LEFT OUTER JOIN PC17_STATIPDC WITH (NOLOCK)        ");
     sql.line(" ON   PC17_DITTA_CG18 = ", host.companyCodeText());
     sql.line(" AND  PC17_PDC_PC01 = PC03_CODICE_PC01       ");
     sql.line(" AND  PC17_CONTO_PC03 = PC03_CONTO           ");
-    return sql.take();
   });
 }
 
-std::string ColonneStatoPdC(const HostAccess& host, const Variant& DataValiditaConti) {
-  return fragmentOrEmpty([&]() -> std::string {
-    if (!gateOpen(host) || hasReferenceDate(host, DataValiditaConti)) return {};
-    SqlText sql(512);
+void ColonneStatoPdC(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti) {
+  sql.fragment([&] {
+    if (!gateOpen(host) || hasReferenceDate(host, DataValiditaConti)) return;
     appendCase(
         sql, host,
         {.open = {"     , CASE PC17_FLGDISATT           "},
@@ -171,19 +168,16 @@ std::string ColonneStatoPdC(const HostAccess& host, const Variant& DataValiditaC
          .otherwise = {},
          .close = {"       END                           ", "     AS     PC17_FLGDISATT           ",
                    "     , PC17_DATADISATT               "}});
-    return sql.take();
   });
 }
 
-std::string FiltroContiDisattivati(const HostAccess& host, const Variant& DataValiditaConti,
+void FiltroContiDisattivati(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti,
                                    bool PrimaCondizione) {
-  return fragmentOrEmpty([&]() -> std::string {
-    if (!gateOpen(host) || !hasReferenceDate(host, DataValiditaConti)) return {};
+  sql.fragment([&] {
+    if (!gateOpen(host) || !hasReferenceDate(host, DataValiditaConti)) return;
     std::string code = host.companyCodeText();
     std::string date = host.utility().SqlDateLiteral(DataValiditaConti);
-    SqlText sql(1024);
     appendDisabledAccountFilter(sql, PrimaCondizione, code, date);
-    return sql.take();
   });
 }
 

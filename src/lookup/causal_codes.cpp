@@ -87,7 +87,7 @@ void projectLayout(Frame& f) {
              "Prop. Nr Doc.",
              "Gestione Segno"});
   const HostAccess& host = f.host;
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT  CI03_CODCAUS");
   descriptionColumn(sql, host);
   causalCase(sql, host, "CI03_INDTIPOMOVDATI", kFormA, kMovementTypes, Else::None);
@@ -142,7 +142,7 @@ std::vector<std::string_view> standardCaptions(std::string_view proposalCaption)
 
 void standardLayout(Frame& f) {
   f.columns(standardCaptions("Tipo proposta costo"));
-  SqlText sql;
+  SqlText sql = f.text();
   standardColumns(sql, f.host);
   sql.line(" FROM    CI03_CAUSALI              WITH(NOLOCK)");
   sql.line(" ORDER BY CI03_CODCAUS");
@@ -186,7 +186,7 @@ void filteredLookup(Frame& f, int16_t mask, bool automaticNumberingOnly,
                     FilteredCaptions captions) {
   const MovementSelection selection = selectMovements(f.host, mask);
   f.columns(standardCaptions("Tipo proposta conto"));
-  SqlText sql;
+  SqlText sql = f.text();
   standardColumns(sql, f.host);
   sql.line(" FROM    CI03_CAUSALI    WITH(NOLOCK)");
   if (selection.filters()) {

@@ -1,6 +1,8 @@
 // Chart-of-accounts lookups: the list of charts, the rollover sets, the
 // correlated account classes and the accounts of one chart.
+#include <array>
 #include <iterator>
+#include <span>
 #include <optional>
 #include <string>
 #include <vector>
@@ -145,41 +147,51 @@ void generalLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
 
 constexpr std::string_view kIndustrialAccountKinds = "(1,2,3,4,5,6,7,8,9,10)";
 
-void statusCaptions(std::vector<std::string_view>& captions, const std::string& statusColumns) {
-  if (statusColumns.empty()) return;
-  captions.emplace_back("Disattivato");
-  captions.emplace_back("Data Disattivazione");
+/// Writes a layout's captions with those of the two status columns at
+/// `statusAt`, when the status fragment was composed.
+template <size_t N>
+void columnsWithStatus(Frame& f, const std::string_view (&captions)[N], size_t statusAt,
+                       const SqlText& statusColumns) {
+  constexpr std::string_view kStatusCaptions[] = {"Disattivato", "Data Disattivazione"};
+  std::array<std::string_view, N + std::size(kStatusCaptions)> all{};
+  size_t n = 0;
+  for (size_t i = 0; i <= N; ++i) {
+    if (i == statusAt && statusColumns.size() > 0)
+      for (std::string_view caption : kStatusCaptions) all[n++] = caption;
+    if (i < N) all[n++] = captions[i];
+  }
+  f.columns(std::span(all).first(n));
 }
 
 void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  const std::string statusColumns = ColonneStatoPdC(host, date);
-  std::vector<std::string_view> captions{
-      "Conto",          "Descrizione", "Tipo conto",   "Conto di riferimento",
-      "Natura",         "UM",          "Costo ultimo", "Quadratura",
-      "Raggruppamento", "Analitico",   "Provenienza"};
-  statusCaptions(captions, statusColumns);
-  f.columns(captions);
+  SqlText statusColumns(0);
+  ColonneStatoPdC(statusColumns, host, date);
+  const std::string_view captions[] = {
+      "Conto",      "Descrizione", "Tipo conto",     "Conto di riferimento",
+      "Natura",     "UM",          "Costo ultimo",   "Quadratura",
+      "Raggruppamento", "Analitico", "Provenienza"};
+  columnsWithStatus(f, captions, std::size(captions), statusColumns);
   sql.line(" SELECT   PC03_CONTO");
   sql.line(
       "      ,    ( SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01, PC03_CONTO, NULL, "
       "<LINGUA>)) AS PC03_DESCR");
-  sql.append(CaseTipoContoCI(host));
+  CaseTipoContoCI(sql, host);
   sql.line("     ,     PC03_CONTORIF_PC03");
   sql.line("     ,     ISNULL(PC04_DESCR,'')  AS PC03_NATURA_PC04");
   sql.line("     ,     PC03_UM");
-  sql.append(CaseFlgGesCoSult(host));
-  sql.append(CaseFlgQuadratura(host));
-  sql.append(CaseFlgVistoTMas(host));
-  sql.append(CaseIsAnalitico(host));
-  sql.append(CaseIndProvCosto(host));
-  sql.append(statusColumns);
+  CaseFlgGesCoSult(sql, host);
+  CaseFlgQuadratura(sql, host);
+  CaseFlgVistoTMas(sql, host);
+  CaseIsAnalitico(sql, host);
+  CaseIndProvCosto(sql, host);
+  sql.append(statusColumns.view());
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
-  sql.append(JoinStatiPdC(host, date));
+  JoinStatiPdC(sql, host, date);
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
-  sql.append(FiltroContiDisattivati(host, date, false));
+  FiltroContiDisattivati(sql, host, date, false);
   sql.line(" AND PC03_TIPOCONTOCI IN ", kIndustrialAccountKinds);
   sql.line(" ORDER BY PC03_TIPOCONTOCI, PC03_CONTO");
   f.id("Lkp_COINPDCCOIN");
@@ -188,12 +200,12 @@ void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
 void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  const std::string statusColumns = ColonneStatoPdC(host, date);
-  std::vector<std::string_view> captions{"Conto",       "Descrizione", "Natura", "Tipologia Natura",
-                                         "Provenienza", "Analitico"};
-  statusCaptions(captions, statusColumns);
-  captions.insert(captions.end(), {"UM", "Costo ultimo", "Raggruppamento"});
-  f.columns(captions);
+  SqlText statusColumns(0);
+  ColonneStatoPdC(statusColumns, host, date);
+  const std::string_view captions[] = {"Conto",       "Descrizione", "Natura",
+                                       "Tipologia Natura", "Provenienza", "Analitico",
+                                       "UM",          "Costo ultimo", "Raggruppamento"};
+  columnsWithStatus(f, captions, 6, statusColumns);
   sql.line("SELECT    PC03_CONTO");
   sql.line(
       "    ,    ( SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01, PC03_CONTO, NULL, "
@@ -206,17 +218,17 @@ void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
               .branches = kCostNatureKinds,
               .otherwise = {},
               .close = {"        END  )               AS TIPOLOGIA_NTC_DES"}});
-  sql.append(CaseIndProvCosto(host));
-  sql.append(CaseIsAnalitico(host));
-  sql.append(statusColumns);
+  CaseIndProvCosto(sql, host);
+  CaseIsAnalitico(sql, host);
+  sql.append(statusColumns.view());
   sql.line("     ,     PC03_UM");
-  sql.append(CaseFlgGesCoSult(host));
-  sql.append(CaseFlgVistoTMas(host));
+  CaseFlgGesCoSult(sql, host);
+  CaseFlgVistoTMas(sql, host);
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, ", host.companyCodeText(), ") ");
-  sql.append(JoinStatiPdC(host, date));
+  JoinStatiPdC(sql, host, date);
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
-  sql.append(FiltroContiDisattivati(host, date, false));
+  FiltroContiDisattivati(sql, host, date, false);
   sql.line(" ORDER BY  PC03_CONTO");
   f.id("Lkp_COINPDCVDS");
 }
@@ -231,11 +243,11 @@ void reclassificationLayout(Frame& f, SqlText& sql, const std::string& chartCode
   sql.line(
       "      ,    (SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, "
       "<LINGUA>)) AS PC03_DESCR");
-  sql.append(CaseTipoContoRicl(host));
-  sql.append(CaseIndFontiUsi(host));
-  sql.append(CaseIndSegno(host));
-  sql.append(CaseFlgVistoTMas(host));
-  sql.append(CaseFlgPartInfra(host));
+  CaseTipoContoRicl(sql, host);
+  CaseIndFontiUsi(sql, host);
+  CaseIndSegno(sql, host);
+  CaseFlgVistoTMas(sql, host);
+  CaseFlgPartInfra(sql, host);
   sql.line(" FROM      PC03_ANAGPDC   WITH(NOLOCK)");
   sql.line(" WHERE     PC03_CODICE_PC01 = ", chartCode);
   sql.line(" ORDER BY  PC03_CONTO");
@@ -246,7 +258,7 @@ void reclassificationLayout(Frame& f, SqlText& sql, const std::string& chartCode
 void charts(Frame& f) {
   const int32_t TipoLookupPdC = f.object().TipoLookupPdC;
   f.columns({"Codice", "Descrizione", "Numero livelli", "Tipo PdC"});
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT   PC01_CODICE              ");
   sql.line("     ,    PC01_DESCR               ");
   sql.line("     ,    PC01_TOTLIVELLI          ");
@@ -280,7 +292,7 @@ void rolloverSets(Frame& f, const Variant& CampoOrdinamento) {
   // as given, so the host may pass a column list or a DESC clause.
   std::string order = CampoOrdinamento.isMissing() ? "" : concatText(CampoOrdinamento);
   if (order.empty()) order = "CI58_CODICE";
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   sql.append("SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK) ",
              " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ", order);
   f.sql(sql);
@@ -293,7 +305,7 @@ void correlatedClasses(Frame& f, const Variant& CodicePdC) {
       {"Classe", "Descrizione", "Classe correlata", "Conto correlato", "Classe da esplodere"});
   const std::string chartCode = f.numericCode(CodicePdC);
   f.captionText(f.host.message(74741) + " " + chartCode);
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT  PC06_CLASSE_PC05              ");
   sql.line("     ,   PC05_DESCR                    ");
   sql.line("     ,   PC06_CLASCOR_PC05             ");
@@ -321,7 +333,7 @@ void chartAccounts(Frame& f, const Variant& CodicePdC) {
   if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
   // A Null chart code reads as chart 0, which lists nothing.
   const std::string chartCode = f.numericCode(CodicePdC);
-  SqlText sql;
+  SqlText sql = f.text();
   const auto& Connessione = f.object().Connessione;
   if (!Connessione) {
     generalLayout(f, sql, chartCode);
@@ -347,9 +359,8 @@ void chartAccounts(Frame& f, const Variant& CodicePdC) {
         break;
     }
   }
-  std::string text = sql.take();
-  f.substituteLanguage(text);
-  f.sql(std::move(text));
+  f.substituteLanguage(sql);
+  f.sql(sql);
 }
 
 }  // namespace

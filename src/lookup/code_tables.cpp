@@ -78,7 +78,7 @@ constexpr IndicatorLookup kIndicatorLookups[] = {
 
 void indicatorLookup(Frame& f, const IndicatorLookup& member) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT  CI90_VALORE");
   const Indicator& indicator = *member.indicator;
   appendCase(sql, f.host,
@@ -99,7 +99,7 @@ void indicatorLookup(Frame& f, const IndicatorLookup& member) {
 /// function and the kind of each as words.
 void costNatures(Frame& f) {
   f.columns({"Codice", "Descrizione", "Tipologia", "Descrizione Tipologia"});
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT          PC04_CODICE");
   sql.line("     ,   (SELECT PC04_DESCR FROM FNPC04_NATURECOSTI(PC04_CODICE,",
            f.host.companyCodeText(), ")) AS PC04_DESCR");

@@ -152,7 +152,7 @@ void correlatedCausals(Frame& f, int32_t flngCodiceDitta) {
   std::vector<std::string_view> captions{"Codice", "Descrizione", "Alias"};
   for (const CorrelatedColumn& c : kColumns) captions.emplace_back(c.caption);
   f.columns(captions);
-  SqlText sql(8192);
+  SqlText sql = f.text(8192);
   sql.line(" SELECT  CG33_CODICE               ");
   sql.line("     ,  (SELECT CG33_DESCR FROM FNCG33_TABCAU(CG33_CODICE, ", f.host.companyCodeText(),
            " )) AS  CG33_DESCR ");

@@ -85,7 +85,7 @@ constexpr SheetTypeLookup kSheetTypeLookups[] = {
 
 void sheetTypes(Frame& f, const SheetTypeLookup& lookup) {
   f.columns(lookup.captions);
-  SqlText sql;
+  SqlText sql = f.text();
   sql.line(" SELECT   CI28_CODICE          ").line("     ,    CI28_DESCRIZIONE     ");
   for (const TokenColumn& column : lookup.columns) appendTokenColumn(sql, f.host, column);
   sql.line(" FROM     CI28_ANASCHEDAC      ");
@@ -100,7 +100,7 @@ void sheetTypes(Frame& f, const SheetTypeLookup& lookup) {
 /// Its id has no Lkp_ prefix.
 void sheetTypesForAutomatic(Frame& f) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   sql.line("SELECT").line("    CI28_CODICE").line("    , CI28_DESCRIZIONE");
   sql.line("FROM").line("    CI28_ANASCHEDAC").line("WHERE");
   appendTokensAbsent(sql, kSheetTokens);
@@ -154,7 +154,7 @@ void sheetHeaders(Frame& f, const HeaderLookup& lookup, int32_t flngCodiceDitta,
   f.columns({"Tipo", "Descr. tipo", "Conto", "Descr. conto", "Progetto", "Descr. progetto",
              "S.progetto", "Descr s.progetto", "Commessa", "Descr. commessa", "S.commessa",
              "Descr. s.commessa"});
-  SqlText sql(4096);
+  SqlText sql = f.text(4096);
   sql.line("SELECT").line(lookup.typeColumn);
   sql.line("    , CI28_DESCRIZIONE          AS DESCRTIPOSCHEDA");
   sql.line("    , CI26_CONTO_PC03           AS CONTO");
@@ -218,9 +218,8 @@ void sheetHeaders(Frame& f, const HeaderLookup& lookup, int32_t flngCodiceDitta,
                     "    , CI26_COMMESSA_PD25"})
     sql.line(line);
   sql.append("    , CI26_SCOMMESSA_PD25");
-  std::string text = sql.take();
-  f.substituteLanguage(text);
-  f.sql(std::move(text));
+  f.substituteLanguage(sql);
+  f.sql(sql);
   f.caption(lookup.caption);
   f.id(lookup.id);
 }
@@ -243,7 +242,7 @@ void sheetMonths(Frame& f, int32_t flngCodiceDitta, const std::string& fstrTipoS
                  const Variant& fvarCommessa, const Variant& fvarSottocommessa) {
   f.columns(
       {"Anno", "Mese", "Costo standard", "Qta standard", "Costo consuntivo", "Qta consuntiva"});
-  SqlText sql(2048);
+  SqlText sql = f.text(2048);
   sql.line(" SELECT                                ");
   sql.line("     ,     CI26_ANNO          AS Anno  ");
   appendCase(sql, f.host,

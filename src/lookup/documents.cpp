@@ -16,7 +16,7 @@ void sections(Frame& f, int32_t) {
   f.languageCode() = Variant("ITA ");
   if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT    CG68_SEZIONALE               ");
   // No comma before the sub-select: the text hosts receive has none.
   sql.line(
@@ -33,7 +33,7 @@ void sections(Frame& f, int32_t) {
 /// TipoDocumento: every document type of the database, unfiltered.
 void documentTypes(Frame& f) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   sql.line(" SELECT   DO01_TIPODOC                 ");
   sql.line("     ,    DO01_DESCR                   ");
   sql.line(" FROM     DO01_TIPIDOC  WITH(NOLOCK)   ");
@@ -47,7 +47,7 @@ void documentTypes(Frame& f) {
 /// the utility object's SQL rendering of it, quotes and all.
 void documentSubtypes(Frame& f, const Variant& fvarTipoDocumento) {
   f.columns({"Codice", "Descrizione", "Descrizione ridotta"});
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT   DO02_STIPODOC                ");
   sql.line("     ,    DO02_DESCR                   ");
   sql.line("     ,    DO02_DESCRRID                ");
@@ -63,7 +63,7 @@ void documentSubtypes(Frame& f, const Variant& fvarTipoDocumento) {
 /// description function takes the company code as text, hence the quotes.
 void vatTypes(Frame& f, int16_t fintIndicatoreMonofaseRSM) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT          CG0T_CODICE                       ");
   sql.line("     , ( SELECT  CG0T_DESCR FROM FNCG0T_TIPOIVA(CG0T_CODICE,'",
            f.host.companyCodeText(), "'))   AS CG0T_DESCR   ");
@@ -83,7 +83,7 @@ void savedOrderings(Frame& f, int32_t flngCodiceDitta, const std::string& fstrUO
                     const std::string&, const std::string& fstrUtente) {
   f.columns({"Codice"});
   const int16_t user = toInteger(Variant(fstrUtente));
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line(" SELECT    FW17_ORDERNAME      ");
   sql.line(" FROM      FW17_ORDERPRS       ");
   sql.line(" WHERE     FW17_DITTA_CG18 = ", flngCodiceDitta);

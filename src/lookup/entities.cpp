@@ -40,7 +40,7 @@ void paddedLine(SqlText& sql, std::string_view text, size_t width) {
 /// or one entity's. NumeroEntità counts only once Ditta was passed.
 void entityCodes(Frame& f, const Variant& Ditta, const Variant& NumeroEntita) {
   const bool companyPassed = !Ditta.isMissing();
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   if (!companyPassed) {
     f.columns({"Ditta", "Numero", "Codice", "Descrizione"});
     sql.append("SELECT CI02_DITTA_CG18, CI02_NUMENTITA_CI01,", " CI02_CODENTITA, CI02_DESCR",
@@ -72,7 +72,7 @@ void entityCodes(Frame& f, const Variant& Ditta, const Variant& NumeroEntita) {
 /// or of one, with the entity kind as words.
 void entityConfiguration(Frame& f, const Variant& Ditta) {
   const bool companyPassed = !Ditta.isMissing();
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   std::string filter = " ";
   std::string_view order;
   if (!companyPassed) {
@@ -121,14 +121,14 @@ void costDrivers(Frame& f) {
 void modelColumns(Frame& f, SqlText& sql, size_t width) {
   f.columns({"Tipo", "Codice", "Descrizione", "Identificativo"});
   paddedLine(sql, " SELECT", 31);
-  sql.append(CaseIndStaPer(f.host));
+  CaseIndStaPer(sql, f.host);
   paddedLine(sql, "     ,      CI04_CODMODELLO", width);
   paddedLine(sql, "     ,      CI04_DESCR, CI04_IDENTIF", width);
   paddedLine(sql, " FROM       CI04_MODELLI", width);
 }
 
 void models(Frame& f) {
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   modelColumns(f, sql, 43);
   paddedLine(sql, " ORDER BY  CI04_CODMODELLO, CI04_INDSTAPER", 43);
   f.sql(sql);
@@ -141,7 +141,7 @@ void models(Frame& f) {
 void modelsByKind(Frame& f, int16_t StandardPersonalizzato) {
   const int kind =
       StandardPersonalizzato == 0 || StandardPersonalizzato == 1 ? StandardPersonalizzato : -1;
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   modelColumns(f, sql, 38);
   if (kind != -1) sql.append(" WHERE     CI04_INDSTAPER = ", kind);
   sql.append(" ORDER BY  CI04_CODMODELLO, CI04_INDSTAPER");

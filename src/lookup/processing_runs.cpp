@@ -68,7 +68,7 @@ constexpr CompanyRuns kCompanyRuns[] = {
 
 void companyRuns(Frame& f, const CompanyRuns& runs, int32_t flngCodiceDitta) {
   f.columns(runs.captions);
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   for (auto line : runs.head) sql.line(line);
   sql.append(runs.company, flngCodiceDitta);
   for (auto line : runs.tail) sql.line().append(line);
@@ -82,7 +82,7 @@ void companyRuns(Frame& f, const CompanyRuns& runs, int32_t flngCodiceDitta) {
 /// each name once. The allocation code goes in as given, apostrophes and all.
 void movementFilters(Frame& f, int32_t flngDitta, const std::string& fstrRibaltamento) {
   f.columns({"Filtro"});
-  SqlText sql(512);
+  SqlText sql = f.text(512);
   sql.line("SELECT").line("    CI53_SELEZIONE").line("FROM").line("    CI53_SELEZIONEPRS");
   sql.line("WHERE").line("    CI53_DITTA_CG18 = ", flngDitta);
   sql.line("    AND CI53_UOBJECT = '", fstrRibaltamento, "'");
@@ -99,7 +99,7 @@ void movementFilters(Frame& f, int32_t flngDitta, const std::string& fstrRibalta
 void recordedOrders(Frame& f, int32_t flngCodiceDitta) {
   f.columns({"Numero registrazione", "Tipo documento", "Numero", "Sezionale", "Data",
              "Data registrazione"});
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   for (auto line : {"SELECT DISTINCT",
                     "    DO11_NUMREG_CO99",
                     "    , DO11_DOCUM_MG36",
@@ -133,7 +133,7 @@ void recordedOrders(Frame& f, int32_t flngCodiceDitta) {
 /// (indicator 3). Its lines keep their padding to 43 or 37 characters.
 void orderMovementKinds(Frame& f) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(1024);
+  SqlText sql = f.text(1024);
   sql.line(" SELECT  CI90_VALORE                       ");
   appendCase(sql, f.host,
              {.open = {"  , CASE CI90_VALORE                       "},

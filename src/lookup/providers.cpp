@@ -56,7 +56,7 @@ constexpr ProviderLookup kProviderLookups[] = {
 
 void providerLookup(Frame& f, const ProviderLookup& row) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(256);
+  SqlText sql = f.text(256);
   sql.line(row.select);
   // The expression ends the line's text; the FROM fragment opens with a blank.
   sql.append(row.comma, (f.utility().*row.description)()).line(row.from);
@@ -102,7 +102,7 @@ void headerFieldsHead(Frame& f, SqlText& sql) {
 void headerFieldLookup(Frame& f, const HeaderFieldLookup& row, int16_t tipoCoin) {
   HeaderFieldKind kind = headerFieldKind(row.kinds, tipoCoin);
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(384);
+  SqlText sql = f.text(384);
   headerFieldsHead(f, sql);
   sql.line(" WHERE   CI48_TIPOCOIN IN (", kind.list, ")");
   sql.line(row.conditionPrefix, kind.condition);
@@ -116,7 +116,7 @@ void headerFieldLookup(Frame& f, const HeaderFieldLookup& row, int16_t tipoCoin)
 /// group only.
 void causalHeaderFields(Frame& f) {
   f.columns({"Codice", "Descrizione"});
-  SqlText sql(320);
+  SqlText sql = f.text(320);
   headerFieldsHead(f, sql);
   sql.line(" WHERE   ((CI48_INDTIPO / 8) & 2) <> 0");
   sql.append(" ORDER BY CI48_CAMPO ASC");
