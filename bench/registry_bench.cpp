@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "zero_cost.h"
+#include "support/zero_cost.h"
 
-/// Heap allocations so far (counting_new.cpp replaces operator new).
+/// Heap allocations so far (support/counting_new.cpp replaces operator new).
 long allocationCount();
 
 namespace brelvane {

@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/error.h"
@@ -90,11 +91,10 @@ std::string_view typeName(VarType type) {
   return names[static_cast<size_t>(type)];
 }
 
-void Variant::setText(std::string_view value) {
-  if (auto p = std::get_if<std::string>(&v_))
-    p->assign(value);
-  else
-    v_.emplace<std::string>(std::string(value));  // built first: a failure leaves *this as it was
+std::string& Variant::setText(std::string_view value) {
+  if (auto p = std::get_if<std::string>(&v_)) return p->assign(value);
+  // Built first: a failure leaves *this as it was.
+  return v_.emplace<std::string>(std::string(value));
 }
 
 bool Variant::isNumeric() const {
@@ -381,6 +381,11 @@ std::string toText(const Variant& v) {
     default:
       mismatch();
   }
+}
+
+std::string toText(Variant&& v) {
+  if (auto p = std::get_if<std::string>(&v.v_)) return std::move(*p);
+  return toText(std::as_const(v));
 }
 
 std::string concatText(const Variant& v) {

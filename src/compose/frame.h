@@ -24,8 +24,9 @@
 
 namespace brelvane {
 
-/// The length of the text a member composed last time: its next call
-/// reserves that much at once, so the text is written without growing.
+/// The length of the text a member composed last time, at its longest
+/// (before placeholders were filled): its next call reserves that much at
+/// once, so the text is written without growing.
 /// One per registered member, shared by every instance and thread.
 class SizeHint {
  public:
@@ -49,13 +50,16 @@ class Frame {
 
   const HostAccess host;
 
-  /// The buffer of the member's text: as long as its last text was, or
-  /// `firstGuess` before it has composed one.
+  /// The buffer of the member's text: as long as its last text was at its
+  /// longest, or `firstGuess` before it has composed one.
   SqlText text(size_t firstGuess = 1024) const {
     const size_t last = hint_ ? hint_->get() : 0;
     return SqlText(last ? last : firstGuess);
   }
-  void sql(SqlText& text) { sql(text.take()); }
+  void sql(SqlText& text) {
+    if (hint_) hint_->set(text.peak());
+    object_.Str_Sql = text.take();
+  }
   void sql(std::string text) {
     if (hint_) hint_->set(text.size());
     object_.Str_Sql = std::move(text);
@@ -83,10 +87,28 @@ class Frame {
   void columns(std::span<const std::string_view> captions) {
     setFields(object_.Arr_Fields, captions);
   }
+  /// Arr_Fields from one text, the captions separated by `separator`.
+  void columnsSplit(std::string_view captions, char separator) {
+    setFieldsSplit(object_.Arr_Fields, captions, separator);
+  }
   /// Str_Caption from a message id (message text alone, no SQL preparation).
   void caption(int32_t messageId) { object_.Str_Caption = host.message(messageId); }
-  void captionText(std::string text) { object_.Str_Caption = std::move(text); }
-  void id(std::string_view value) { object_.IDLookup.setText(value); }
+  /// Str_Caption made of `parts`, written in the buffer it has.
+  template <SqlPiece... Parts>
+  void captionText(const Parts&... parts) {
+    object_.Str_Caption.clear();
+    appendTo(object_.Str_Caption, parts...);
+  }
+  /// Str_Caption followed by `parts`.
+  template <SqlPiece... Parts>
+  void appendCaption(const Parts&... parts) {
+    appendTo(object_.Str_Caption, parts...);
+  }
+  /// IDLookup made of `parts`, written in the buffer it has.
+  template <SqlPiece... Parts>
+  void id(const Parts&... parts) {
+    appendTo(object_.IDLookup.setText({}), parts...);
+  }
   /// The per-instance language code that replaces <LINGUA>.
   Variant& languageCode() { return internal::Access::of(object_).languageCode; }
   /// Replaces every <LINGUA> with the instance's language code in quotes.

@@ -1,5 +1,7 @@
 #include "compose/host_access.h"
 
+#include <algorithm>
+
 #include "compose/guard.h"
 #include "compose/sql_text.h"
 
@@ -76,14 +78,30 @@ SafeArray& reusedArray(Variant& target, std::initializer_list<Bound> bounds) {
   return array;
 }
 
-void setFields(Variant& target, std::span<const std::string_view> captions) {
-  const size_t n = captions.size();
+namespace {
+/// Writes an Arr_Fields array of `n` captions, `captionAt(i)` the i-th.
+template <class CaptionAt>
+void writeFields(Variant& target, size_t n, CaptionAt&& captionAt) {
   SafeArray& array = reusedArray(target, {Bound{0, 1}, Bound{0, static_cast<int32_t>(n) - 1}});
   const std::span<Variant> elements = array.elements();
   for (size_t i = 0; i < n; ++i) {
-    elements[i].setText(captions[i]);
+    elements[i].setText(captionAt(i));
     elements[n + i].setText({});
   }
+}
+}  // namespace
+
+void setFields(Variant& target, std::span<const std::string_view> captions) {
+  writeFields(target, captions.size(), [&](size_t i) { return captions[i]; });
+}
+
+void setFieldsSplit(Variant& target, std::string_view captions, char separator) {
+  const auto n = static_cast<size_t>(std::count(captions.begin(), captions.end(), separator)) + 1;
+  writeFields(target, n, [&](size_t) {
+    const std::string_view caption = captions.substr(0, captions.find(separator));
+    captions.remove_prefix(std::min(caption.size() + 1, captions.size()));
+    return caption;
+  });
 }
 
 }  // namespace brelvane

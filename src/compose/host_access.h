@@ -71,5 +71,8 @@ SafeArray& reusedArray(Variant& target, std::initializer_list<Bound> bounds);
 /// "" under each in row 1. Only an allocation failure stops it midway, and
 /// then the array holds some of the new captions.
 void setFields(Variant& target, std::span<const std::string_view> captions);
+/// The same, the captions being the parts of `captions` between separators:
+/// "" gives one empty caption, a trailing separator a last empty one.
+void setFieldsSplit(Variant& target, std::string_view captions, char separator);
 
 }  // namespace brelvane

@@ -2,22 +2,9 @@
 
 namespace brelvane {
 
-namespace {
-
-std::string tokenTest(std::string_view token, std::string_view in) {
-  SqlText test(80);
-  test.append("PATINDEX('%", token, "%', CI28_CODSTRUTTURA)", in, "(1, 4, 7, 10, 13, 16, 19)");
-  return test.take();
-}
-
-}  // namespace
-
-std::string tokenPresent(std::string_view token) {
-  return tokenTest(token, " IN ");
-}
-
-std::string tokenAbsent(std::string_view token) {
-  return tokenTest(token, " NOT IN ");
+void TokenTest::writeTo(SqlText& sql) const {
+  sql.append("PATINDEX('%", token, "%', CI28_CODSTRUTTURA)", present ? " IN " : " NOT IN ",
+             "(1, 4, 7, 10, 13, 16, 19)");
 }
 
 void appendTokensAbsent(SqlText& sql, std::span<const std::string_view> tokens) {

@@ -16,10 +16,20 @@ namespace brelvane {
 /// subproject, job order, sub-job order.
 inline constexpr std::string_view kSheetTokens[] = {"VDS", "PRO", "SPR", "COM", "SCM"};
 
-/// "PATINDEX('%VDS%', CI28_CODSTRUTTURA) IN (1, 4, 7, 10, 13, 16, 19)"
-std::string tokenPresent(std::string_view token);
-/// "PATINDEX('%VDS%', CI28_CODSTRUTTURA) NOT IN (1, 4, 7, 10, 13, 16, 19)"
-std::string tokenAbsent(std::string_view token);
+/// The test of one token, written straight into a text:
+/// "PATINDEX('%VDS%', CI28_CODSTRUTTURA) IN (1, 4, 7, 10, 13, 16, 19)", or
+/// with NOT IN when the token must be absent.
+struct TokenTest {
+  std::string_view token;
+  bool present;
+  void writeTo(SqlText& sql) const;
+};
+inline TokenTest tokenPresent(std::string_view token) {
+  return {token, true};
+}
+inline TokenTest tokenAbsent(std::string_view token) {
+  return {token, false};
+}
 
 /// The conditions of a type holding none of `tokens`, one line each, every
 /// one followed by CR LF: "    " + the first test, then "    AND " + each other.

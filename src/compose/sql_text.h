@@ -1,6 +1,7 @@
 #pragma once
 // SqlText: appends fragments into one reserved buffer, line by line.
 
+#include <algorithm>
 #include <charconv>
 #include <concepts>
 #include <cstdint>
@@ -12,13 +13,15 @@
 
 namespace brelvane {
 
-/// What SqlText appends: text pieces, and integers as their decimal text
-/// (numbers go into SQL unquoted). A char is refused: it would read as a
-/// number or a letter depending on the reader.
+/// What SqlText appends: text pieces, integers as their decimal text
+/// (numbers go into SQL unquoted), and pieces that write themselves
+/// (`piece.writeTo(text)`). A char is refused: it would read as a number or
+/// a letter depending on the reader.
 template <class P>
 concept SqlPiece = std::convertible_to<const P&, std::string_view> ||
     (std::integral<P> && !std::same_as<P, char> && !std::same_as<P, bool> &&
-     !std::same_as<P, signed char> && !std::same_as<P, unsigned char>);
+     !std::same_as<P, signed char> && !std::same_as<P, unsigned char>) ||
+    requires(const P& piece, class SqlText& text) { piece.writeTo(text); };
 
 /// A placeholder of a composed text and the value that takes its place.
 struct Placeholder {
@@ -29,6 +32,8 @@ struct Placeholder {
 class SqlText {
  public:
   explicit SqlText(size_t reserve = 2048) { text_.reserve(reserve); }
+  /// Goes on writing after the text `buffer` holds, in its storage.
+  explicit SqlText(std::string&& buffer) : text_(std::move(buffer)) {}
 
   /// Appends the parts, then CR LF.
   template <SqlPiece... Parts>
@@ -62,6 +67,7 @@ class SqlText {
     try {
       body();
     } catch (...) {
+      keepPeak();
       text_.resize(mark);
     }
     return *this;
@@ -73,6 +79,8 @@ class SqlText {
 
   std::string_view view() const { return text_; }
   size_t size() const { return text_.size(); }
+  /// The longest the text has been: what a buffer for it must hold.
+  size_t peak() const { return std::max(peak_, text_.size()); }
   bool contains(std::string_view s) const { return text_.find(s) != std::string::npos; }
   std::string take() { return std::move(text_); }
 
@@ -81,6 +89,8 @@ class SqlText {
   void put(const P& part) {
     if constexpr (std::convertible_to<const P&, std::string_view>) {
       text_.append(std::string_view(part));
+    } else if constexpr (requires { part.writeTo(*this); }) {
+      part.writeTo(*this);
     } else {
       char digits[24];
       auto end = std::to_chars(digits, digits + sizeof digits, part).ptr;
@@ -88,8 +98,26 @@ class SqlText {
     }
   }
 
+  void keepPeak() { peak_ = peak(); }
+
   std::string text_;
+  size_t peak_ = 0;
 };
+
+/// Appends the parts to `target`, in the storage it has: rewriting an output
+/// this way allocates only when it grows beyond any earlier text. A failure
+/// midway leaves the parts written so far.
+template <SqlPiece... Parts>
+void appendTo(std::string& target, const Parts&... parts) {
+  SqlText text(std::move(target));
+  try {
+    text.append(parts...);
+  } catch (...) {
+    target = text.take();
+    throw;
+  }
+  target = text.take();
+}
 
 /// The decimal text of an integer, for the few places that need it as a
 /// string of its own (a list joined by commas, say).
@@ -110,6 +138,7 @@ void replaceAll(std::string& text, std::string_view from, std::string_view to);
 void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> placeholders);
 
 inline SqlText& SqlText::fill(std::initializer_list<Placeholder> placeholders) {
+  keepPeak();
   fillPlaceholders(text_, placeholders);
   return *this;
 }

@@ -198,7 +198,7 @@ void filteredLookup(Frame& f, int16_t mask, bool automaticNumberingOnly,
   sql.append(" ORDER BY CI03_CODCAUS");
   f.sql(sql);
   if (selection.filters())
-    f.captionText(f.host.message(captions.filtered) + " " + selection.names);
+    f.captionText(f.host.message(captions.filtered), " ", selection.names);
   else
     f.caption(captions.all);
   f.id("Lkp_CauCont");

@@ -166,7 +166,7 @@ void columnsWithStatus(Frame& f, const std::string_view (&captions)[N], size_t s
 void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  SqlText statusColumns(0);
+  SqlText statusColumns(512);
   ColonneStatoPdC(statusColumns, host, date);
   const std::string_view captions[] = {
       "Conto",      "Descrizione", "Tipo conto",     "Conto di riferimento",
@@ -200,7 +200,7 @@ void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
 void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const HostAccess& host = f.host;
   const Variant& date = f.object().DataValiditaConti;
-  SqlText statusColumns(0);
+  SqlText statusColumns(512);
   ColonneStatoPdC(statusColumns, host, date);
   const std::string_view captions[] = {"Conto",       "Descrizione", "Natura",
                                        "Tipologia Natura", "Provenienza", "Analitico",
@@ -277,7 +277,7 @@ void charts(Frame& f) {
   if (TipoLookupPdC >= 0 && TipoLookupPdC < static_cast<int32_t>(std::size(kChartSelections))) {
     const ChartSelection& selection = kChartSelections[TipoLookupPdC];
     appendChartSelection(sql, selection);
-    f.captionText(std::string(selection.caption));
+    f.captionText(selection.caption);
   }
   sql.line(" ORDER     BY PC01_CODICE  ");
   f.sql(sql);
@@ -304,7 +304,7 @@ void correlatedClasses(Frame& f, const Variant& CodicePdC) {
   f.columns(
       {"Classe", "Descrizione", "Classe correlata", "Conto correlato", "Classe da esplodere"});
   const std::string chartCode = f.numericCode(CodicePdC);
-  f.captionText(f.host.message(74741) + " " + chartCode);
+  f.captionText(f.host.message(74741), " ", chartCode);
   SqlText sql = f.text();
   sql.line(" SELECT  PC06_CLASSE_PC05              ");
   sql.line("     ,   PC05_DESCR                    ");

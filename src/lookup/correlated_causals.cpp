@@ -1,6 +1,7 @@
 // The correlated causal lookup: the general-accounting causal codes that a
 // company has correlated with industrial accounting, most columns coded
 // flags that the SQL turns into localised words.
+#include <array>
 #include <vector>
 
 #include "compose/case_column.h"
@@ -149,8 +150,8 @@ constexpr CorrelatedColumn kColumns[] = {
 /// host's current company, the correlations from the argument's. Each label
 /// is fetched as its line is written, 57 in all, repeats included.
 void correlatedCausals(Frame& f, int32_t flngCodiceDitta) {
-  std::vector<std::string_view> captions{"Codice", "Descrizione", "Alias"};
-  for (const CorrelatedColumn& c : kColumns) captions.emplace_back(c.caption);
+  std::array<std::string_view, 3 + std::size(kColumns)> captions{"Codice", "Descrizione", "Alias"};
+  for (size_t i = 0; i < std::size(kColumns); ++i) captions[3 + i] = kColumns[i].caption;
   f.columns(captions);
   SqlText sql = f.text(8192);
   sql.line(" SELECT  CG33_CODICE               ");

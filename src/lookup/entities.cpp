@@ -64,7 +64,7 @@ void entityCodes(Frame& f, const Variant& Ditta, const Variant& NumeroEntita) {
   // The entity number is glued to the caption with no separator, even in
   // the all-companies layout whose SQL ignores it.
   if (extendsCaption(f.utility().ValueOrDefault(NumeroEntita, argumentDefault(companyPassed))))
-    f.captionText(f.object().Str_Caption + argumentText(f, NumeroEntita));
+    f.appendCaption(argumentText(f, NumeroEntita));
   f.id("Lkp_Entità");
 }
 
@@ -102,8 +102,7 @@ void entityConfiguration(Frame& f, const Variant& Ditta) {
   f.caption(74783);
   const Variant fallback = argumentDefault(companyPassed);
   if (extendsCaption(f.utility().ValueOrDefault(Ditta, fallback)))
-    f.captionText(f.object().Str_Caption + " Ditta " +
-                  concatText(f.utility().ValueOrDefault(Ditta, fallback)));
+    f.appendCaption(" Ditta ", concatText(f.utility().ValueOrDefault(Ditta, fallback)));
   f.id("Lkp_ConfigEntità");
 }
 

@@ -53,16 +53,6 @@ std::shared_ptr<Command> proposalCommand(Frame& f, const ProposalLookup& row) {
   return command;
 }
 
-/// The parts of `text` between the bars: "" gives one empty part, a
-/// trailing bar a last empty one.
-std::vector<std::string_view> splitAtBars(std::string_view text) {
-  std::vector<std::string_view> parts;
-  for (size_t bar; (bar = text.find('|')) != std::string_view::npos; text.remove_prefix(bar + 1))
-    parts.emplace_back(text.substr(0, bar));
-  parts.emplace_back(text);
-  return parts;
-}
-
 /// Runs the procedure for `company` (16-bit or 32-bit, as the member takes
 /// it) and `provider`, and makes its answer the lookup definition. Until the
 /// columns are written, a failure leaves the earlier definition's columns,
@@ -78,11 +68,10 @@ void proposals(Frame& f, const ProposalLookup& row, Variant company, int16_t pro
     labels = toText(c.GetParameter("@LABELS"));
     query = toText(c.GetParameter("@QUERY"));
   }
-  f.columns(splitAtBars(labels));
+  f.columnsSplit(labels, '|');
   f.sql(std::move(query));
-  SqlText caption(64), id(32);
-  f.captionText(caption.append(f.host.message(74716), " ", provider).take());
-  f.id(id.append(row.idPrefix, provider).view());
+  f.captionText(f.host.message(74716), " ", provider);
+  f.id(row.idPrefix, provider);
 }
 
 }  // namespace

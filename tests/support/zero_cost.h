@@ -21,7 +21,8 @@
 
 namespace brelvane::zerocost {
 
-/// Calls by kind: texts are calls that hand back a std::string.
+/// Calls by kind: texts are calls that hand back a text (a std::string, or
+/// a Variant holding one).
 struct Counts {
   long calls = 0;
   long texts = 0;
@@ -169,6 +170,7 @@ class Row final : public Recordset {
   Variant Field(int32_t) override { return Variant(int32_t{1}); }
   Variant Field(const std::string&) override { return Variant(int32_t{1}); }
   void MoveNext() override { done_ = true; }
+  void rewind() { done_ = false; }
 
  private:
   bool done_ = false;
@@ -185,7 +187,7 @@ class Procedure final : public Command {
     w_.note(false, [&] { return Step([this, name, v](World&) { SetParameter(name, v); }); });
   }
   Variant GetParameter(const std::string& name) override {
-    w_.note(false, [&] { return Step([this, name](World&) { GetParameter(name); }); });
+    w_.note(true, [&] { return Step([this, name](World&) { GetParameter(name); }); });
     return name == "@LABELS" ? Variant("Codice|Descrizione") : Variant("SELECT 1");
   }
   std::shared_ptr<Recordset> Execute(int32_t options) override {
@@ -200,9 +202,12 @@ class Procedure final : public Command {
 class Database final : public Connection {
  public:
   explicit Database(World& w) : w_(w) {}
+  /// The same recordset each time, rewound, unless a caller still holds it.
   std::shared_ptr<Recordset> Execute(const std::string& sql, int32_t options) override {
     w_.note(false, [&] { return Step([this, sql, options](World&) { Execute(sql, options); }); });
-    return std::make_shared<Row>();
+    if (row_.use_count() != 1) row_ = std::make_shared<Row>();
+    row_->rewind();
+    return row_;
   }
   std::shared_ptr<Command> NewCommand() override {
     w_.note(false, [&] { return Step([this](World&) { NewCommand(); }); });
@@ -211,6 +216,7 @@ class Database final : public Connection {
 
  private:
   World& w_;
+  std::shared_ptr<Row> row_;
 };
 
 /// A launcher that accepts every member by name and does nothing. Its

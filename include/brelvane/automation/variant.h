@@ -106,10 +106,10 @@ class BRELVANE_API Variant {
   Variant& operator=(Variant&&) noexcept;
   ~Variant();
 
-  /// Makes the Variant the text `value`. A Variant that holds a text
-  /// already keeps its buffer, so rewriting an output allocates only when
-  /// the new text is longer than any it held.
-  void setText(std::string_view value);
+  /// Makes the Variant the text `value` and returns that text. A Variant
+  /// that holds a text already keeps its buffer, so rewriting an output
+  /// allocates only when the new text is longer than any it held.
+  std::string& setText(std::string_view value);
 
   static Variant null() { return Variant(NullTag{}); }
   static Variant missing() { return Variant(MissingTag{}); }
@@ -135,6 +135,9 @@ class BRELVANE_API Variant {
 
   /// The numeric value of an Integer, Long or Double (13 otherwise).
   double number() const;
+
+  /// toText of a Variant about to go: a text is moved out, not copied.
+  friend BRELVANE_API std::string toText(Variant&& v);
 
   /// Structural equality: same kind and same value; objects by identity.
   friend bool operator==(const Variant& a, const Variant& b);

@@ -1,0 +1,48 @@
+// Allocation budgets: heap allocations are deterministic, so each member's
+// count per call is a property the tests can hold it to. On a zero-cost
+// host, a call may allocate once for each text the host hands back (a label,
+// a prepared text, a rendered value, a procedure's output) and at most three
+// times besides: the composed text and the few queries or fragments a member
+// composes apart.
+//
+// The call measured is the second one on an instance, with the same
+// arguments: the one a host pays for every time. The first also makes what
+// the instance keeps from call to call (its output array, the text buffers
+// of its outputs, a prepared command or a launcher).
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "support/zero_cost.h"
+
+/// Heap allocations so far (support/counting_new.cpp replaces operator new).
+long allocationCount();
+
+namespace brelvane {
+namespace {
+
+TEST(AllocationBudget, EveryMemberStaysWithinItsHostTextsPlusThree) {
+  auto world = zerocost::World::make();
+  auto members = zerocost::members(*world);
+  ASSERT_GT(members.size(), 100u);
+  std::ostringstream over;
+  long texts = 0;
+  for (auto& m : members) {
+    m.object->invoke(m.method->name, m.args);
+    world->counts.reset();
+    const long before = allocationCount();
+    m.object->invoke(m.method->name, m.args);
+    const long made = allocationCount() - before;
+    const long budget = world->counts.texts + 3;
+    texts += world->counts.texts;
+    if (made > budget)
+      over << "\n  " << m.cls->progId << "." << m.method->name << ": " << made
+           << " allocations, budget " << budget;
+  }
+  EXPECT_TRUE(over.str().empty()) << "members over their allocation budget:" << over.str();
+  // The budget means something only if the host's texts were counted.
+  EXPECT_GT(texts, 500);
+}
+
+}  // namespace
+}  // namespace brelvane
