@@ -22,7 +22,8 @@ void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept {
 }
 
 UtilityObject& HostAccess::utility() const {
-  return required(utility_);
+  if (!utility_) throw AutomationError::of(err::kObjectNotSet);
+  return *utility_;
 }
 
 std::shared_ptr<HostContext> HostAccess::contextPtr() const {
@@ -32,7 +33,9 @@ std::shared_ptr<HostContext> HostAccess::contextPtr() const {
 std::string HostAccess::message(int32_t id) const {
   auto context = contextPtr();
   auto messages = required(context).Messages();
-  return required(messages).GetMessageText(id, SafeArray());
+  // Captions and labels take no arguments: one empty array serves them all.
+  static const SafeArray kNoArguments;
+  return required(messages).GetMessageText(id, kNoArguments);
 }
 
 std::string HostAccess::label(int32_t id) const {

@@ -18,10 +18,13 @@ namespace brelvane {
 
 class HostAccess {
  public:
-  /// Either pointer may be null: a call that needs it then raises 91.
+  /// Either pointer may be null: a call that needs it then raises 91. The
+  /// host is held for the whole call, as a host callback may replace
+  /// ActiveInterface meanwhile; the utility object is the instance's own
+  /// and lives as long as the instance, so it is only pointed to.
   HostAccess(const std::shared_ptr<HostInterface>& host,
              const std::shared_ptr<UtilityObject>& utility)
-      : host_(host), utility_(utility) {}
+      : host_(host), utility_(utility.get()) {}
 
   bool hasHost() const { return host_ != nullptr; }
   UtilityObject& utility() const;
@@ -44,7 +47,7 @@ class HostAccess {
  private:
   std::shared_ptr<HostContext> contextPtr() const;
   std::shared_ptr<HostInterface> host_;
-  std::shared_ptr<UtilityObject> utility_;
+  UtilityObject* utility_;
 };
 
 /// The instance's own utility object, created through the factory and
