@@ -245,7 +245,8 @@ std::span<const Bound> SafeArray::bounds() const {
 }
 
 bool operator==(const SafeArray& a, const SafeArray& b) {
-  return std::ranges::equal(a.bounds(), b.bounds()) && std::ranges::equal(a.elements(), b.elements());
+  return std::ranges::equal(a.bounds(), b.bounds()) &&
+         std::ranges::equal(a.elements(), b.elements());
 }
 
 size_t SafeArray::offset(std::initializer_list<int32_t> index) const {

@@ -59,8 +59,7 @@ void fillForward(std::string& text, std::initializer_list<Placeholder> placehold
 /// Right to left, into the text grown to its final `size`: safe while the
 /// text has not shrunk before any placeholder, so the part not yet read is
 /// never written over.
-void fillBackward(std::string& text, std::initializer_list<Placeholder> placeholders,
-                  size_t size) {
+void fillBackward(std::string& text, std::initializer_list<Placeholder> placeholders, size_t size) {
   const size_t original = text.size();
   text.resize(size);
   char* data = text.data();
@@ -104,7 +103,8 @@ void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> plac
   }
   if (found == 0) return;
   if (highest == 0) return fillForward(text, placeholders);
-  if (lowest == 0) return fillBackward(text, placeholders, text.size() + static_cast<size_t>(shift));
+  if (lowest == 0)
+    return fillBackward(text, placeholders, text.size() + static_cast<size_t>(shift));
   // The text grows at one placeholder and shrinks at another: neither
   // direction is safe in place, so the pass writes a second buffer.
   std::string out;

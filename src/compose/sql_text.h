@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <charconv>
 #include <concepts>
-#include <cstring>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -20,9 +20,11 @@ namespace brelvane {
 /// a letter depending on the reader.
 template <class P>
 concept SqlPiece = std::convertible_to<const P&, std::string_view> ||
-    (std::integral<P> && !std::same_as<P, char> && !std::same_as<P, bool> &&
-     !std::same_as<P, signed char> && !std::same_as<P, unsigned char>) ||
-    requires(const P& piece, class SqlText& text) { piece.writeTo(text); };
+                   (std::integral<P> && !std::same_as<P, char> && !std::same_as<P, bool> &&
+                    !std::same_as<P, signed char> && !std::same_as<P, unsigned char>) ||
+                   requires(const P& piece, class SqlText& text) {
+  piece.writeTo(text);
+};
 
 /// A placeholder of a composed text and the value that takes its place.
 struct Placeholder {
@@ -108,8 +110,8 @@ class SqlText {
       part.writeTo(*this);
     } else {
       char digits[24];
-      write(digits, static_cast<size_t>(std::to_chars(digits, digits + sizeof digits, part).ptr -
-                                        digits));
+      write(digits,
+            static_cast<size_t>(std::to_chars(digits, digits + sizeof digits, part).ptr - digits));
     }
   }
 

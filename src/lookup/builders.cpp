@@ -17,11 +17,12 @@ constexpr BranchForm kFlagForm{.when = "           WHEN ", .then = " THEN '", .w
 
 void flagCase(SqlText& sql, const HostAccess& host, std::string_view open, std::string_view end,
               std::string_view alias) {
-  appendCaseFragment(sql, host, {.open = {open},
-                             .form = kFlagForm,
-                             .branches = kYesNo,
-                             .otherwise = {},
-                             .close = {end, alias}});
+  appendCaseFragment(sql, host,
+                     {.open = {open},
+                      .form = kFlagForm,
+                      .branches = kYesNo,
+                      .otherwise = {},
+                      .close = {end, alias}});
 }
 
 // The gate and the reference-date test shared by the three status fragments.
@@ -35,79 +36,82 @@ bool hasReferenceDate(const HostAccess& host, const Variant& date) {
 }  // namespace
 
 void CaseIndProvCosto(SqlText& sql, const HostAccess& host) {
-  appendCaseFragment(sql, host, {.open = {"     ,CASE   PC03_INDPROVCOSTO       "},
-                             .form = kValueForm13,
-                             .branches = {{0, 39128}, {2, 16671}, {3, 16618}, {1, 75180}},
-                             .otherwise = {},
-                             .close = {"      END AS PC03_INDPROVCOSTO       "}});
+  appendCaseFragment(sql, host,
+                     {.open = {"     ,CASE   PC03_INDPROVCOSTO       "},
+                      .form = kValueForm13,
+                      .branches = {{0, 39128}, {2, 16671}, {3, 16618}, {1, 75180}},
+                      .otherwise = {},
+                      .close = {"      END AS PC03_INDPROVCOSTO       "}});
 }
 
 void CaseTipoContoCI(SqlText& sql, const HostAccess& host) {
-  appendCaseFragment(sql, host, {.open = {"     ,CASE PC03_TIPOCONTOCI                "},
-                             .form = kValueForm11,
-                             .branches = {{0, 39154},
-                                          {1, 15718},
-                                          {2, 15884},
-                                          {3, 15719},
-                                          {4, 10643},
-                                          {5, 73249},
-                                          {6, 15768},
-                                          {7, 15772},
-                                          {8, 15773},
-                                          {9, 15742},
-                                          {10, 6107}},
-                             .otherwise = {},
-                             .close = {"       END                                 ",
-                                       "     AS    PC03_TIPOCONTOCI                "}});
+  appendCaseFragment(sql, host,
+                     {.open = {"     ,CASE PC03_TIPOCONTOCI                "},
+                      .form = kValueForm11,
+                      .branches = {{0, 39154},
+                                   {1, 15718},
+                                   {2, 15884},
+                                   {3, 15719},
+                                   {4, 10643},
+                                   {5, 73249},
+                                   {6, 15768},
+                                   {7, 15772},
+                                   {8, 15773},
+                                   {9, 15742},
+                                   {10, 6107}},
+                      .otherwise = {},
+                      .close = {"       END                                 ",
+                                "     AS    PC03_TIPOCONTOCI                "}});
 }
 
 void CaseFlgGesCoSult(SqlText& sql, const HostAccess& host) {
   flagCase(sql, host, "     ,CASE PC03_FLGGESCOSULT               ",
-                  "       END                                 ",
-                  "      AS   PC03_FLGGESCOSULT               ");
+           "       END                                 ",
+           "      AS   PC03_FLGGESCOSULT               ");
 }
 
 void CaseFlgPartInfra(SqlText& sql, const HostAccess& host) {
   flagCase(sql, host, "     ,CASE PC03_FLGPARTINFRA               ",
-                  "       END                                 ",
-                  "     AS    PC03_FLGPARTINFRA               ");
+           "       END                                 ",
+           "     AS    PC03_FLGPARTINFRA               ");
 }
 
 void CaseFlgQuadratura(SqlText& sql, const HostAccess& host) {
   flagCase(sql, host, "     ,CASE PC03_FLGQUADRATURA              ",
-                  "       END                                 ",
-                  "     AS    PC03_FLGQUADRATURA              ");
+           "       END                                 ",
+           "     AS    PC03_FLGQUADRATURA              ");
 }
 
 void CaseFlgVistoTMas(SqlText& sql, const HostAccess& host) {
   flagCase(sql, host, "     ,CASE PC03_FLGVISTOTMAS               ",
-                  "       END                                 ",
-                  "     AS    PC03_FLGVISTOTMAS               ");
+           "       END                                 ",
+           "     AS    PC03_FLGVISTOTMAS               ");
 }
 
 void CaseIndFontiUsi(SqlText& sql, const HostAccess& host) {
   appendCaseFragment(
-      sql, host, {.open = {"     ,CASE PC03_INDFONTIUSI              "},
-             .form = {.when = "         WHEN ", .then = "             THEN '", .twoLines = true},
-             .branches = {{0, 27407},
-                          {1, 30698},
-                          {2, 36548},
-                          {3, 17027},
-                          {4, 10202},
-                          {5, 20397},
-                          {6, 49808},
-                          {7, 48094},
-                          {8, 9871},
-                          {9, 74858},
-                          {10, 74859},
-                          {11, 20090},
-                          {12, 27383},
-                          {13, 27384},
-                          {14, 48097},
-                          {15, 49812}},
-             .otherwise = {},
-             .close = {"       END                               ",
-                       "     AS    PC03_INDFONTIUSI              "}});
+      sql, host,
+      {.open = {"     ,CASE PC03_INDFONTIUSI              "},
+       .form = {.when = "         WHEN ", .then = "             THEN '", .twoLines = true},
+       .branches = {{0, 27407},
+                    {1, 30698},
+                    {2, 36548},
+                    {3, 17027},
+                    {4, 10202},
+                    {5, 20397},
+                    {6, 49808},
+                    {7, 48094},
+                    {8, 9871},
+                    {9, 74858},
+                    {10, 74859},
+                    {11, 20090},
+                    {12, 27383},
+                    {13, 27384},
+                    {14, 48097},
+                    {15, 49812}},
+       .otherwise = {},
+       .close = {"       END                               ",
+                 "     AS    PC03_INDFONTIUSI              "}});
 }
 
 void CaseTipoContoRicl(SqlText& sql, const HostAccess& host) {
@@ -134,17 +138,18 @@ void CaseIndSegno(SqlText& sql, const HostAccess& host) {
 
 void CaseIndStaPer(SqlText& sql, const HostAccess& host) {
   // No leading comma: callers place it first in a SELECT list.
-  appendCaseFragment(sql, host, {.open = {"       CASE CI04_INDSTAPER     "},
-                             .form = kValueForm11,
-                             .branches = {{0, 55020}, {1, 44336}},
-                             .otherwise = {},
-                             .close = {"       END AS CI04_INDSTAPER   "}});
+  appendCaseFragment(sql, host,
+                     {.open = {"       CASE CI04_INDSTAPER     "},
+                      .form = kValueForm11,
+                      .branches = {{0, 55020}, {1, 44336}},
+                      .otherwise = {},
+                      .close = {"       END AS CI04_INDSTAPER   "}});
 }
 
 void CaseIsAnalitico(SqlText& sql, const HostAccess& host) {
   flagCase(sql, host, "     , CASE PC03_ISANALITICO               ",
-                  "       END                                 ",
-                  "     AS    PC03_ISANALITICO                ");
+           "       END                                 ",
+           "     AS    PC03_ISANALITICO                ");
 }
 
 void JoinStatiPdC(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti) {
@@ -172,7 +177,7 @@ void ColonneStatoPdC(SqlText& sql, const HostAccess& host, const Variant& DataVa
 }
 
 void FiltroContiDisattivati(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti,
-                                   bool PrimaCondizione) {
+                            bool PrimaCondizione) {
   sql.fragment([&] {
     if (!gateOpen(host) || !hasReferenceDate(host, DataValiditaConti)) return;
     std::string code = host.companyCodeText();

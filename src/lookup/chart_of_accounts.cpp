@@ -2,8 +2,8 @@
 // correlated account classes and the accounts of one chart.
 #include <array>
 #include <iterator>
-#include <span>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -169,9 +169,9 @@ void industrialLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   SqlText statusColumns(512);
   ColonneStatoPdC(statusColumns, host, date);
   const std::string_view captions[] = {
-      "Conto",      "Descrizione", "Tipo conto",     "Conto di riferimento",
-      "Natura",     "UM",          "Costo ultimo",   "Quadratura",
-      "Raggruppamento", "Analitico", "Provenienza"};
+      "Conto",          "Descrizione", "Tipo conto",   "Conto di riferimento",
+      "Natura",         "UM",          "Costo ultimo", "Quadratura",
+      "Raggruppamento", "Analitico",   "Provenienza"};
   columnsWithStatus(f, captions, std::size(captions), statusColumns);
   sql.line(" SELECT   PC03_CONTO");
   sql.line(
@@ -202,9 +202,9 @@ void spendingItemsLayout(Frame& f, SqlText& sql, const std::string& chartCode) {
   const Variant& date = f.object().DataValiditaConti;
   SqlText statusColumns(512);
   ColonneStatoPdC(statusColumns, host, date);
-  const std::string_view captions[] = {"Conto",       "Descrizione", "Natura",
-                                       "Tipologia Natura", "Provenienza", "Analitico",
-                                       "UM",          "Costo ultimo", "Raggruppamento"};
+  const std::string_view captions[] = {"Conto",         "Descrizione", "Natura", "Tipologia Natura",
+                                       "Provenienza",   "Analitico",   "UM",     "Costo ultimo",
+                                       "Raggruppamento"};
   columnsWithStatus(f, captions, 6, statusColumns);
   sql.line("SELECT    PC03_CONTO");
   sql.line(

@@ -159,15 +159,15 @@ void sheetHeaders(Frame& f, const HeaderLookup& lookup, int32_t flngCodiceDitta,
   sql.line("    , CI28_DESCRIZIONE          AS DESCRTIPOSCHEDA");
   sql.line("    , CI26_CONTO_PC03           AS CONTO");
   for (auto line : lookup.accountDescription) sql.line(line);
-  for (auto line :
-       {"    , CI26_PROGETTO_PD68        AS PROGETTO"sv,
-        "    , PD68_DESCRPROG            AS DESCRPROGETTO"sv,
-        "    , CI26_SPROGETTO_PD69       AS SOTTOPROGETTO"sv,
-        "    , PD69_SOTPROG              AS DESCRSOTTOPROGETTO"sv,
-        "    , CI26_COMMESSA_PD25        AS COMMESSA"sv,
-        "    , COMMESSA.PD25_DESCR       AS DESCRCOMMESSA"sv,
-        "    , CI26_SCOMMESSA_PD25       AS SOTTOCOMMESSA"sv,
-        "    , SOTTOCOMMESSA.PD25_DESCR  AS DESCRSOTTOCOMMESSA"sv, "FROM"sv, "    ("sv, "        SELECT"sv})
+  for (auto line : {"    , CI26_PROGETTO_PD68        AS PROGETTO"sv,
+                    "    , PD68_DESCRPROG            AS DESCRPROGETTO"sv,
+                    "    , CI26_SPROGETTO_PD69       AS SOTTOPROGETTO"sv,
+                    "    , PD69_SOTPROG              AS DESCRSOTTOPROGETTO"sv,
+                    "    , CI26_COMMESSA_PD25        AS COMMESSA"sv,
+                    "    , COMMESSA.PD25_DESCR       AS DESCRCOMMESSA"sv,
+                    "    , CI26_SCOMMESSA_PD25       AS SOTTOCOMMESSA"sv,
+                    "    , SOTTOCOMMESSA.PD25_DESCR  AS DESCRSOTTOCOMMESSA"sv, "FROM"sv, "    ("sv,
+                    "        SELECT"sv})
     sql.line(line);
   for (auto line : kHeaderKey) sql.line(line);
   sql.line("        FROM").line("            CI26_SCHEDEC").line("        WHERE");

@@ -142,8 +142,12 @@ TEST_F(BuildersTest, AFailingBuilderYieldsNothingAtAll) {
 // would leave them, whatever the values hold.
 TEST(Placeholders, OnePassMatchesReplacingInTurn) {
   const std::string texts[] = {"F(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) <CONTO>",
-                               "a < b AND <CONTO> > 1", "<CONT<CODICEPDC>>", "no placeholder",
-                               "<LINGUA><LINGUA>", "<CONTO>", "<CODICEPDC> x <CONTO>"};
+                               "a < b AND <CONTO> > 1",
+                               "<CONT<CODICEPDC>>",
+                               "no placeholder",
+                               "<LINGUA><LINGUA>",
+                               "<CONTO>",
+                               "<CODICEPDC> x <CONTO>"};
   // Values shorter than their names, longer, both (growing at one and
   // shrinking at another), and values that could form placeholders.
   const std::string values[][3] = {{"3", "'A1'", "'ITA'"},

@@ -16,9 +16,9 @@
 
 #include <array>
 #include <compare>
-#include <initializer_list>
 #include <concepts>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
