@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -92,7 +93,15 @@ std::string_view typeName(VarType type) {
 }
 
 std::string& Variant::setText(std::string_view value) {
-  if (auto p = std::get_if<std::string>(&v_)) return p->assign(value);
+  if (auto p = std::get_if<std::string>(&v_)) {
+    // An output rewritten with a text of the same length, the usual case,
+    // is a plain copy over the old one.
+    if (p->size() == value.size() && !value.empty()) {
+      std::memmove(p->data(), value.data(), value.size());
+      return *p;
+    }
+    return p->assign(value);
+  }
   // Built first: a failure leaves *this as it was.
   return v_.emplace<std::string>(std::string(value));
 }

@@ -52,17 +52,19 @@ class Frame {
 
   /// The buffer of the member's text: as long as its last text was at its
   /// longest, or `firstGuess` before it has composed one.
+  /// It is the storage the output had before its last text, when the
+  /// instance kept one.
   SqlText text(size_t firstGuess = 1024) const {
     const size_t last = hint_ ? hint_->get() : 0;
-    return SqlText(last ? last : firstGuess);
+    return SqlText(std::move(internal::Access::of(object_).spareText), last ? last : firstGuess);
   }
   void sql(SqlText& text) {
     if (hint_) hint_->set(text.peak());
-    object_.Str_Sql = text.take();
+    output(text.take());
   }
   void sql(std::string text) {
     if (hint_) hint_->set(text.size());
-    object_.Str_Sql = std::move(text);
+    output(std::move(text));
   }
 
   Object& object() { return object_; }
@@ -128,6 +130,14 @@ class Frame {
   }
 
  private:
+  /// Makes `text` Str_Sql, and keeps the storage of the text it replaces
+  /// for the next one.
+  void output(std::string text) {
+    std::string& spare = internal::Access::of(object_).spareText;
+    spare = std::move(object_.Str_Sql);
+    object_.Str_Sql = std::move(text);
+  }
+
   Object& object_;
   const SizeHint* hint_;
 };

@@ -40,6 +40,11 @@ class SqlText {
  public:
   /// A text with room for `reserve` characters before it must grow.
   explicit SqlText(size_t reserve = 2048) { text_.resize(reserve); }
+  /// An empty text written in the storage of `buffer`, with room for
+  /// `reserve` characters.
+  SqlText(std::string&& buffer, size_t reserve) : text_(std::move(buffer)) {
+    text_.resize(std::max(reserve, text_.capacity()));
+  }
   /// Goes on writing after the text `buffer` holds, in its storage.
   explicit SqlText(std::string&& buffer) : text_(std::move(buffer)), size_(text_.size()) {
     text_.resize(text_.capacity());

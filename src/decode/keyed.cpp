@@ -1,5 +1,7 @@
 #include "decode/keyed.h"
 
+#include <stdexcept>
+
 namespace brelvane::decode {
 
 namespace {
@@ -8,38 +10,59 @@ bool isControl(Kind kind) {
   return kind == Kind::Control || kind == Kind::ControlRef;
 }
 
-/// The text a line inserts, fetched when the line is written.
-std::string valueText(Frame& f, const KeyedDecoder& row, int8_t value,
-                      std::span<const Variant> args) {
-  if (value == kCompany) return f.host.companyCodeText();
-  const Variant& v = args[static_cast<size_t>(value)];
+/// Appends the text a line inserts, fetched when the line is written.
+void appendValue(SqlText& sql, Frame& f, const KeyedDecoder& row, int8_t value,
+                 std::span<const KeyedArg> args) {
+  if (value == kCompany) {
+    sql.append(f.host.companyCodeText());
+    return;
+  }
+  const KeyedArg& arg = args[static_cast<size_t>(value)];
   switch (row.params[value].kind) {
     case Kind::Code:
-      return f.numericCode(v);
+      sql.append(f.numericCode(*std::get<const Variant*>(arg)));
+      return;
     case Kind::TextCode:
-      return f.textCode(v);
+      sql.append(f.textCode(*std::get<const Variant*>(arg)));
+      return;
     case Kind::SqlValue:
-      return f.utility().ValueForSql(v);
+      sql.append(f.utility().ValueForSql(*std::get<const Variant*>(arg)));
+      return;
     case Kind::UserNumber:
-      return decimal(toInteger(v));
-    default:  // numbers and texts, already converted by the call
-      return concatText(v);
+      sql.append(toInteger(Variant(std::get<std::string_view>(arg))));
+      return;
+    case Kind::Long:
+    case Kind::Integer:
+      sql.append(std::get<int32_t>(arg));
+      return;
+    case Kind::Text:
+      sql.append(std::get<std::string_view>(arg));
+      return;
+    case Kind::Control:
+    case Kind::ControlRef:
+      break;
   }
+  throw std::logic_error("a keyed line inserts a control");
 }
 
 }  // namespace
 
-void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const Variant> args) {
-  std::shared_ptr<Dispatch> control;
+void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const KeyedArg> args) {
+  static const std::shared_ptr<Dispatch> kNothing;
+  const std::shared_ptr<Dispatch>* control = &kNothing;
   for (size_t i = 0; i < args.size(); ++i)
-    if (isControl(row.params[i].kind)) control = args[i].object();
-  f.descriptor(control, row.column);
+    if (isControl(row.params[i].kind))
+      control = std::get<const std::shared_ptr<Dispatch>*>(args[i]);
+  f.descriptor(*control, row.column);
   SqlText sql = f.text(512);
   for (const Line& line : row.lines) {
     if (line.text.empty()) break;
     if (sql.size() > 0) sql.line();
     sql.append(line.text);
-    if (line.value != kNoValue) sql.append(valueText(f, row, line.value, args), line.tail);
+    if (line.value != kNoValue) {
+      appendValue(sql, f, row, line.value, args);
+      sql.append(line.tail);
+    }
   }
   if (row.finalBreak) sql.line();
   f.sql(sql);

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "decode/frame.h"
 
@@ -65,9 +66,14 @@ struct KeyedDecoder {
   }
 };
 
+/// One argument of a call as the composing function reads it: a view of
+/// the converted value the call already holds, never a copy.
+using KeyedArg =
+    std::variant<const std::shared_ptr<Dispatch>*, int32_t, std::string_view, const Variant*>;
+
 /// Sets the descriptor and composes the row's query from the call's
 /// arguments (`args[i]` is the value of parameter i).
-void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const Variant> args);
+void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const KeyedArg> args);
 
 namespace detail {
 
@@ -100,12 +106,25 @@ struct KindArg<Kind::UserNumber> {
   using type = const std::string&;
 };
 
+inline KeyedArg keyedArg(const std::shared_ptr<Dispatch>& control) {
+  return &control;
+}
+inline KeyedArg keyedArg(int32_t number) {
+  return number;
+}
+inline KeyedArg keyedArg(const std::string& text) {
+  return std::string_view(text);
+}
+inline KeyedArg keyedArg(const Variant& value) {
+  return &value;
+}
+
 template <const auto& kRows, size_t I, size_t... P>
 void registerKeyedRow(Builder& b, std::index_sequence<P...>) {
   constexpr const KeyedDecoder& row = kRows[I];
   b.method(std::string(row.name),
            member([](Frame& f, typename KindArg<row.params[P].kind>::type... args) {
-             const Variant values[] = {Variant(args)...};
+             const KeyedArg values[] = {keyedArg(args)...};
              keyedDecode(f, kRows[I], values);
            }),
            {arg(std::string(row.params[P].name))...}, std::string(row.doc));

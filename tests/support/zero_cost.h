@@ -120,7 +120,12 @@ class Host final : public HostInterface,
   }
 
  private:
-  std::shared_ptr<Host> self() { return {w_.shared_from_this(), this}; }
+  /// What a host hands out, priced as a reference-counted interface is:
+  /// one count up on the way out, one down when the caller lets go. The
+  /// count is a token's, not the world's, so handing out a reference never
+  /// looks the world up; the world outlives every reference it gives.
+  const std::shared_ptr<void>& self() const { return token_; }
+  std::shared_ptr<void> token_ = std::make_shared<char>();
   World& w_;
 };
 

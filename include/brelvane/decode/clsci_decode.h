@@ -57,6 +57,9 @@ class BRELVANE_API CLSCI_DECODE final : public Dispatch {
   friend struct internal::Access;
   struct {
     std::shared_ptr<UtilityObject> utility;
+    /// The buffer Str_Sql had before the last text: the next text is
+    /// composed in it, so rewriting the output costs no allocation.
+    std::string spareText;
   } private_;
 };
 

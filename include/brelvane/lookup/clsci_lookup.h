@@ -56,6 +56,9 @@ class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
   friend struct internal::Access;
   struct {
     std::shared_ptr<UtilityObject> utility;
+    /// The buffer Str_Sql had before the last text: the next text is
+    /// composed in it, so rewriting the output costs no allocation.
+    std::string spareText;
     Variant languageCode;  ///< replaces `<LINGUA>`; set by the chart-of-accounts lookups
     /// The prepared proposal commands, one per stored procedure: made on
     /// first use over the Connessione of that moment, kept until the end.
