@@ -3,7 +3,7 @@
 judged on: the catalogue against its floor, the by-name overhead, the members
 above twice their floor, and the worst ten.
 
-    brelvane_bench --benchmark_format=json > bench.json
+    brelvane_bench --benchmark_format=json [--benchmark_repetitions=5] > bench.json
     python3 bench/summary.py bench.json [--worst N]
 """
 import argparse
@@ -18,7 +18,11 @@ def main():
     args = parser.parse_args()
     with open(args.report, encoding="utf-8") as f:
         runs = json.load(f)["benchmarks"]
-    by_name = {r["name"]: r for r in runs if r.get("run_type", "iteration") == "iteration"}
+    # With --benchmark_repetitions, the medians of the repetitions stand for
+    # each benchmark; otherwise its single run does.
+    medians = {r["run_name"]: r for r in runs
+               if r.get("run_type") == "aggregate" and r.get("aggregate_name") == "median"}
+    by_name = medians or {r["name"]: r for r in runs if r.get("run_type", "iteration") == "iteration"}
 
     for kind in ("direct", "byname"):
         r = by_name.get(f"catalogue/{kind}")
