@@ -44,7 +44,7 @@ template <class Object>
 class Frame {
  public:
   explicit Frame(Object& object, const SizeHint* hint = nullptr)
-      : host(object.ActiveInterface, internal::Access::of(object).utility),
+      : host(HostAccess::onFirstUse(object.ActiveInterface, internal::Access::of(object).utility)),
         object_(object),
         hint_(hint) {}
 

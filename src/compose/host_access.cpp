@@ -26,8 +26,16 @@ UtilityObject& HostAccess::utility() const {
   return *utility_;
 }
 
+HostInterface& HostAccess::host() const {
+  if (source_) {
+    host_ = *source_;
+    source_ = nullptr;
+  }
+  return required(host_);
+}
+
 std::shared_ptr<HostContext> HostAccess::contextPtr() const {
-  return required(host_).Context();
+  return host().Context();
 }
 
 std::string HostAccess::message(int32_t id) const {
@@ -71,7 +79,7 @@ Variant HostAccess::languageCode() const {
 }
 
 Variant HostAccess::installationSetting() const {
-  return required(host_).InstallationSetting();
+  return host().InstallationSetting();
 }
 
 SafeArray& reusedArray(Variant& target, std::initializer_list<Bound> bounds) {

@@ -22,11 +22,20 @@ class HostAccess {
   /// host is held for the whole call, as a host callback may replace
   /// ActiveInterface meanwhile; the utility object is the instance's own
   /// and lives as long as the instance, so it is only pointed to.
-  HostAccess(const std::shared_ptr<HostInterface>& host,
-             const std::shared_ptr<UtilityObject>& utility)
-      : host_(host), utility_(utility.get()) {}
+  HostAccess(std::shared_ptr<HostInterface> host, const std::shared_ptr<UtilityObject>& utility)
+      : host_(std::move(host)), utility_(utility.get()) {}
 
-  bool hasHost() const { return host_ != nullptr; }
+  /// The host that `*source` names when it is first needed, held from
+  /// then on: a call that never reaches the host takes no reference to it.
+  /// `source` (the instance's ActiveInterface) must outlive the HostAccess.
+  static HostAccess onFirstUse(const std::shared_ptr<HostInterface>& source,
+                               const std::shared_ptr<UtilityObject>& utility) {
+    HostAccess access(nullptr, utility);
+    access.source_ = &source;
+    return access;
+  }
+
+  bool hasHost() const { return source_ ? *source_ != nullptr : host_ != nullptr; }
   UtilityObject& utility() const;
 
   /// GetMessageText with an empty argument array: captions.
@@ -46,7 +55,10 @@ class HostAccess {
 
  private:
   std::shared_ptr<HostContext> contextPtr() const;
-  std::shared_ptr<HostInterface> host_;
+  HostInterface& host() const;
+
+  mutable std::shared_ptr<HostInterface> host_;
+  mutable const std::shared_ptr<HostInterface>* source_ = nullptr;
   UtilityObject* utility_;
 };
 

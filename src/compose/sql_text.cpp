@@ -48,7 +48,7 @@ void fillForward(std::string& text, std::initializer_list<Placeholder> placehold
     const Placeholder& p = *placeholderAt(text, at, placeholders);
     std::memmove(data + write, data + read, at - read);
     write += at - read;
-    std::memcpy(data + write, p.value.data(), p.value.size());
+    if (!p.value.empty()) std::memcpy(data + write, p.value.data(), p.value.size());
     write += p.value.size();
     read = at + p.name.size();
   }
@@ -71,7 +71,7 @@ void fillBackward(std::string& text, std::initializer_list<Placeholder> placehol
     write -= tail;
     std::memmove(data + write, data + at + p.name.size(), tail);
     write -= p.value.size();
-    std::memcpy(data + write, p.value.data(), p.value.size());
+    if (!p.value.empty()) std::memcpy(data + write, p.value.data(), p.value.size());
     read = at;
   }
 }

@@ -121,6 +121,7 @@ class SqlText {
   }
 
   void write(const char* data, size_t count) {
+    if (count == 0) return;  // an empty view may hold no address at all
     std::memcpy(room(count), data, count);
     size_ += count;
   }
