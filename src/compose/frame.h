@@ -43,7 +43,7 @@ class SizeHint {
 template <class Object>
 class Frame {
  public:
-  explicit Frame(Object& object, const SizeHint* hint = nullptr)
+  Frame(Object& object, const SizeHint& hint)
       : host(HostAccess::onFirstUse(object.ActiveInterface, internal::Access::of(object).utility)),
         object_(object),
         hint_(hint) {}
@@ -55,15 +55,15 @@ class Frame {
   /// It is the storage the output had before its last text, when the
   /// instance kept one.
   SqlText text(size_t firstGuess = 1024) const {
-    const size_t last = hint_ ? hint_->get() : 0;
+    const size_t last = hint_.get();
     return SqlText(std::move(internal::Access::of(object_).spareText), last ? last : firstGuess);
   }
   void sql(SqlText& text) {
-    if (hint_) hint_->set(text.peak());
+    hint_.set(text.peak());
     output(text.take());
   }
   void sql(std::string text) {
-    if (hint_) hint_->set(text.size());
+    hint_.set(text.size());
     output(std::move(text));
   }
 
@@ -139,13 +139,13 @@ class Frame {
   }
 
   Object& object_;
-  const SizeHint* hint_;
+  const SizeHint& hint_;
 };
 
 /// A public lookup or decode method: runs `body` with a frame under the
 /// error convention (any error empties Str_Sql, nothing reaches the caller).
 template <class Object, class Body>
-void composeGuarded(Object& object, Body&& body, const SizeHint* hint = nullptr) noexcept {
+void composeGuarded(Object& object, Body&& body, const SizeHint& hint) noexcept {
   composeGuarded(object.Str_Sql, [&] {
     Frame<Object> frame(object, hint);
     body(frame);
@@ -157,7 +157,7 @@ template <class Object, class Fn, class... A>
 auto guardedMember(Fn fn, std::tuple<A...>*) {
   return [fn = std::move(fn), hint = SizeHint()](Object& object, A... args) {
     composeGuarded(
-        object, [&](Frame<Object>& f) { fn(f, std::forward<A>(args)...); }, &hint);
+        object, [&](Frame<Object>& f) { fn(f, std::forward<A>(args)...); }, hint);
   };
 }
 }  // namespace detail

@@ -48,8 +48,7 @@ void fillForward(std::string& text, std::initializer_list<Placeholder> placehold
     const Placeholder& p = *placeholderAt(text, at, placeholders);
     std::memmove(data + write, data + read, at - read);
     write += at - read;
-    if (!p.value.empty()) std::memcpy(data + write, p.value.data(), p.value.size());
-    write += p.value.size();
+    write = static_cast<size_t>(std::copy(p.value.begin(), p.value.end(), data + write) - data);
     read = at + p.name.size();
   }
   std::memmove(data + write, data + read, size - read);
@@ -71,7 +70,7 @@ void fillBackward(std::string& text, std::initializer_list<Placeholder> placehol
     write -= tail;
     std::memmove(data + write, data + at + p.name.size(), tail);
     write -= p.value.size();
-    if (!p.value.empty()) std::memcpy(data + write, p.value.data(), p.value.size());
+    std::copy(p.value.begin(), p.value.end(), data + write);
     read = at;
   }
 }

@@ -121,9 +121,30 @@ class SqlText {
   }
 
   void write(const char* data, size_t count) {
-    if (count == 0) return;  // an empty view may hold no address at all
-    std::memcpy(room(count), data, count);
+    char* to = room(count);
     size_ += count;
+    // Most pieces are a few characters ("' ", CR LF, a number, a keyword):
+    // two overlapping fixed-size copies write them without a library call,
+    // reading nothing outside the piece.
+    if (count >= 8 && count <= 16) {
+      copyFixed<8>(to, data);
+      copyFixed<8>(to + count - 8, data + count - 8);
+    } else if (count >= 4 && count < 8) {
+      copyFixed<4>(to, data);
+      copyFixed<4>(to + count - 4, data + count - 4);
+    } else if (count > 0 && count < 4) {
+      to[0] = data[0];
+      to[count / 2] = data[count / 2];
+      to[count - 1] = data[count - 1];
+    } else if (count > 16) {
+      std::memcpy(to, data, count);
+    }
+  }
+  template <size_t N>
+  static void copyFixed(char* to, const char* from) {
+    char chunk[N];
+    std::memcpy(chunk, from, N);
+    std::memcpy(to, chunk, N);
   }
   /// Where `count` more characters go, the buffer grown when they do not fit.
   char* room(size_t count) {

@@ -220,5 +220,43 @@ TEST(SafeArrayTest, BuiltInPlaceItsElementsMustFitTheBounds) {
   EXPECT_EQ(errorOf([] { SafeArray({}, {Variant()}); }), err::kInvalidCall);
 }
 
+TEST(SafeArrayTest, ReshapedInItsStorageOrLeftAloneWhenTheBoundsCannotBe) {
+  SafeArray a({Bound{0, 1}, Bound{0, 2}});
+  a.at({0, 0}) = Variant("kept");
+  a.at({1, 2}) = Variant("dropped");
+  a.reshape({Bound{1, 1}, Bound{0, 1}, Bound{5, 6}});  // three dimensions, four elements
+  ASSERT_EQ(a.dimensions(), 3u);
+  EXPECT_EQ(a.bounds()[2], (Bound{5, 6}));
+  EXPECT_EQ(a.at({1, 0, 5}), Variant("kept"));
+  EXPECT_EQ(a.elements().size(), 4u);
+  a.reshape({Bound{0, 5}});
+  EXPECT_TRUE(a.at({5}).isEmpty()) << "an element that was not there starts Empty";
+  EXPECT_EQ(a.at({0}), Variant("kept"));
+  const SafeArray before = a;
+  EXPECT_EQ(errorOf([&] { a.reshape({Bound{0, 65535}, Bound{0, 65535}}); }), err::kOverflow);
+  EXPECT_TRUE(a == before);
+  // Equal arrays have equal bounds and elements; the same elements under
+  // other bounds are another array.
+  SafeArray flat({Bound{0, 5}}), square({Bound{0, 1}, Bound{0, 2}});
+  EXPECT_FALSE(flat == square);
+  EXPECT_FALSE(SafeArray({Bound{0, 1}}) == SafeArray({Bound{1, 2}}));
+  EXPECT_TRUE(SafeArray({Bound{0, 1}, Bound{0, 1}, Bound{0, 1}}) ==
+              SafeArray({Bound{0, 1}, Bound{0, 1}, Bound{0, 1}}));
+}
+
+TEST(VariantText, SetTextRewritesAnyVariantAndMovingOutLeavesNoCopy) {
+  for (Variant v : {Variant(), Variant(int32_t{7}), Variant("same"), Variant("longer text")}) {
+    std::string& text = v.setText("same");
+    EXPECT_EQ(v, Variant("same"));
+    text += "!";
+    EXPECT_EQ(v, Variant("same!")) << "the reference is the Variant's own text";
+  }
+  Variant v(std::string(100, 'x'));
+  const char* buffer = v.string().data();
+  std::string moved = toText(std::move(v));
+  EXPECT_EQ(moved.data(), buffer);
+  EXPECT_EQ(toText(Variant(int32_t{12})), "12");
+}
+
 }  // namespace
 }  // namespace brelvane

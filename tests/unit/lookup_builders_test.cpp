@@ -167,6 +167,13 @@ TEST(Placeholders, OnePassMatchesReplacingInTurn) {
       EXPECT_EQ(onePass, inTurn) << text << " with " << v[0] << ", " << v[1] << ", " << v[2];
     }
   }
+  // Names that are not one bracketed word are replaced in turn as well.
+  for (std::string_view name : {"@PAR_DITTA", "<A<B>", "<>"}) {
+    std::string inTurn = "x @PAR_DITTA <A<B> <> y", onePass = inTurn;
+    replaceAll(inTurn, name, "1");
+    fillPlaceholders(onePass, {{name, "1"}});
+    EXPECT_EQ(onePass, inTurn) << name;
+  }
 }
 
 }  // namespace
