@@ -119,17 +119,10 @@ struct ArgPass {
 template <class A>
 class ArgHolder {
   using Bare = std::remove_cvref_t<A>;
-  // A text or an object taken by const reference binds to the caller's slot
-  // when the slot holds just that, instead of being copied out of it.
-  static constexpr bool kMayBind =
-      std::is_same_v<A, const std::string&> || std::is_same_v<A, const std::shared_ptr<Dispatch>&>;
 
  public:
   explicit ArgHolder(Variant& slot) : slot_(slot) {
-    if constexpr (kMayBind)
-      bound_ = std::is_same_v<Bare, std::string> ? slot.isString() : slot.isObject();
-    if constexpr (!std::is_same_v<Bare, Variant>)
-      if (!bound_) value_ = Conv<Bare>::from(slot);
+    if constexpr (!std::is_same_v<Bare, Variant>) value_ = Conv<Bare>::from(slot);
   }
   A get() {
     if constexpr (std::is_same_v<Bare, Variant>) {
@@ -137,12 +130,6 @@ class ArgHolder {
         return slot_;
       else
         return static_cast<const Variant&>(slot_);  // copies, or binds a const&
-    } else if constexpr (kMayBind) {
-      if (!bound_) return value_;
-      if constexpr (std::is_same_v<Bare, std::string>)
-        return slot_.string();
-      else
-        return slot_.object();
     } else {
       return value_;
     }
@@ -154,7 +141,6 @@ class ArgHolder {
 
  private:
   Variant& slot_;
-  bool bound_ = false;
   [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant>, std::monostate, Bare>
       value_{};
 };

@@ -240,6 +240,8 @@ TEST(SafeArrayTest, ReshapedInItsStorageOrLeftAloneWhenTheBoundsCannotBe) {
   SafeArray flat({Bound{0, 5}}), square({Bound{0, 1}, Bound{0, 2}});
   EXPECT_FALSE(flat == square);
   EXPECT_FALSE(SafeArray({Bound{0, 1}}) == SafeArray({Bound{1, 2}}));
+  EXPECT_FALSE(SafeArray({Bound{0, 0}}, {Variant("a")}) ==
+               SafeArray({Bound{0, 0}}, {Variant("b")}));
   EXPECT_TRUE(SafeArray({Bound{0, 1}, Bound{0, 1}, Bound{0, 1}}) ==
               SafeArray({Bound{0, 1}, Bound{0, 1}, Bound{0, 1}}));
 }
