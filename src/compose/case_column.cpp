@@ -14,7 +14,7 @@ void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) 
   for (auto line : column.open) sql.line(line);
   const BranchForm& form = column.form;
   for (const Branch& branch : column.branches) {
-    char digits[12];
+    char digits[24];
     const std::string_view value(digits,
                                  std::to_chars(digits, digits + sizeof digits, branch.value).ptr);
     sql.append(form.when);
