@@ -46,7 +46,7 @@ def main():
     print("| Member | ns | floor ns | ratio | allocs | host calls | out bytes |")
     print("|---|---:|---:|---:|---:|---:|---:|")
     for r in sorted(direct, key=lambda r: -r["ratio"])[: args.worst]:
-        name = r["name"][len("member/"): -len("/direct")]
+        name = r.get("run_name", r["name"])[len("member/"): -len("/direct")]
         print(f"| {name} | {r['cpu_time']:.0f} | {r['floor_ns']:.0f} | {r['ratio']:.2f} | "
               f"{r['allocs']:.0f} | {r['host_calls']:.0f} | {r['out_bytes']:.0f} |")
 
