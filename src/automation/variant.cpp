@@ -96,8 +96,8 @@ std::string& Variant::setText(std::string_view value) {
   if (auto p = std::get_if<std::string>(&v_)) {
     // An output rewritten with a text of the same length, the usual case,
     // is a plain copy over the old one.
-    if (p->size() == value.size() && !value.empty()) {
-      std::memmove(p->data(), value.data(), value.size());
+    if (p->size() == value.size()) {
+      if (!value.empty()) std::memmove(p->data(), value.data(), value.size());
       return *p;
     }
     return p->assign(value);
