@@ -138,43 +138,5 @@ TEST_F(BuildersTest, AFailingBuilderYieldsNothingAtAll) {
   EXPECT_EQ(built(CaseFlgPartInfra, HostAccess(nullptr, utility)), "");
 }
 
-// Placeholders filled in one pass end exactly as replacing each in turn
-// would leave them, whatever the values hold.
-TEST(Placeholders, OnePassMatchesReplacingInTurn) {
-  const std::string texts[] = {"F(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) <CONTO>",
-                               "a < b AND <CONTO> > 1",
-                               "<CONT<CODICEPDC>>",
-                               "no placeholder",
-                               "<LINGUA><LINGUA>",
-                               "<CONTO>",
-                               "<CODICEPDC> x <CONTO>"};
-  // Values shorter than their names, longer, both (growing at one and
-  // shrinking at another), and values that could form placeholders.
-  const std::string values[][3] = {{"3", "'A1'", "'ITA'"},
-                                   {"123456789012", "'ABCDEFGHIJK'", "'ITALIANO'"},
-                                   {"1", "'ABCDEFGHIJKLMNOP'", "'I'"},
-                                   {"1234567890123", "'A'", "''"},
-                                   {"<CONTO>", "'<LINGUA>'", "'x'"},
-                                   {"O", "'B'", "''"},
-                                   {"", "'<", ">'"}};
-  for (const auto& text : texts) {
-    for (const auto& v : values) {
-      std::string inTurn = text, onePass = text;
-      replaceAll(inTurn, "<CODICEPDC>", v[0]);
-      replaceAll(inTurn, "<CONTO>", v[1]);
-      replaceAll(inTurn, "<LINGUA>", v[2]);
-      fillPlaceholders(onePass, {{"<CODICEPDC>", v[0]}, {"<CONTO>", v[1]}, {"<LINGUA>", v[2]}});
-      EXPECT_EQ(onePass, inTurn) << text << " with " << v[0] << ", " << v[1] << ", " << v[2];
-    }
-  }
-  // Names that are not one bracketed word are replaced in turn as well.
-  for (std::string_view name : {"@PAR_DITTA", "<A<B>", "<>"}) {
-    std::string inTurn = "x @PAR_DITTA <A<B> <> y", onePass = inTurn;
-    replaceAll(inTurn, name, "1");
-    fillPlaceholders(onePass, {{name, "1"}});
-    EXPECT_EQ(onePass, inTurn) << name;
-  }
-}
-
 }  // namespace
 }  // namespace brelvane::testing
