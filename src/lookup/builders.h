@@ -31,6 +31,6 @@ void CaseIsAnalitico(SqlText& sql, const HostAccess& host);
 void JoinStatiPdC(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti);
 void ColonneStatoPdC(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti);
 void FiltroContiDisattivati(SqlText& sql, const HostAccess& host, const Variant& DataValiditaConti,
-                                   bool PrimaCondizione);
+                            bool PrimaCondizione);
 
 }  // namespace brelvane::lookup
