@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -97,7 +96,7 @@ std::string& Variant::setText(std::string_view value) {
     // An output rewritten with a text of the same length, the usual case,
     // is a plain copy over the old one.
     if (p->size() == value.size()) {
-      if (!value.empty()) std::memmove(p->data(), value.data(), value.size());
+      std::char_traits<char>::move(p->data(), value.data(), value.size());
       return *p;
     }
     return p->assign(value);

@@ -135,7 +135,11 @@ TEST_F(BuildersTest, AFailingBuilderYieldsNothingAtAll) {
   EXPECT_NE(built(JoinStatiPdC, host, Variant::null()), "");
   // A date the utility cannot render drops the whole filter.
   EXPECT_EQ(built(FiltroContiDisattivati, host, Variant("not a date"), true), "");
-  EXPECT_EQ(built(CaseFlgPartInfra, HostAccess(nullptr, utility)), "");
+  // Without a host nothing can be composed.
+  const HostAccess noHost(nullptr, utility);
+  EXPECT_TRUE(host.hasHost());
+  EXPECT_FALSE(noHost.hasHost());
+  EXPECT_EQ(built(CaseFlgPartInfra, noHost), "");
 }
 
 }  // namespace
