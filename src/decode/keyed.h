@@ -59,6 +59,15 @@ struct KeyedDecoder {
   Line lines[12];
   bool finalBreak = false;
 
+  /// Whether every inserted value is one a line can write: a control has no text.
+  constexpr bool insertsNoControl() const {
+    for (const Line& line : lines)
+      if (line.value >= 0 &&
+          (params[line.value].kind == Kind::Control || params[line.value].kind == Kind::ControlRef))
+        return false;
+    return true;
+  }
+
   constexpr size_t arity() const {
     size_t n = 0;
     while (n < std::size(params) && !params[n].name.empty()) ++n;
@@ -122,6 +131,7 @@ inline KeyedArg keyedArg(const Variant& value) {
 template <const auto& kRows, size_t I, size_t... P>
 void registerKeyedRow(Builder& b, std::index_sequence<P...>) {
   constexpr const KeyedDecoder& row = kRows[I];
+  static_assert(row.insertsNoControl(), "a keyed line inserts a control");
   b.method(std::string(row.name),
            member([](Frame& f, typename KindArg<row.params[P].kind>::type... args) {
              const KeyedArg values[] = {keyedArg(args)...};
