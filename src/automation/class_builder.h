@@ -114,6 +114,12 @@ struct ArgPass {
   static constexpr ParamType type = Conv<Bare>::type;
 };
 
+/// Whether an argument binds to the object its slot holds, as it is: a
+/// const reference to a plain object pointer needs no copy of the pointer
+/// (and no reference count going up and down).
+template <class A>
+inline constexpr bool kBindsSlotObject = std::is_same_v<A, const std::shared_ptr<Dispatch>&>;
+
 /// Holds a converted argument for the duration of a call, writing a
 /// by-reference value back into its slot afterwards.
 template <class A>
@@ -122,10 +128,16 @@ class ArgHolder {
 
  public:
   explicit ArgHolder(Variant& slot) : slot_(slot) {
-    if constexpr (!std::is_same_v<Bare, Variant>) value_ = Conv<Bare>::from(slot);
+    if constexpr (kBindsSlotObject<A>) {
+      if (!slot.isObject()) throw AutomationError::of(err::kTypeMismatch);
+    } else if constexpr (!std::is_same_v<Bare, Variant>) {
+      value_ = Conv<Bare>::from(slot);
+    }
   }
   A get() {
-    if constexpr (std::is_same_v<Bare, Variant>) {
+    if constexpr (kBindsSlotObject<A>) {
+      return slot_.object();
+    } else if constexpr (std::is_same_v<Bare, Variant>) {
       if constexpr (ArgPass<A>::byRef)
         return slot_;
       else
@@ -141,7 +153,8 @@ class ArgHolder {
 
  private:
   Variant& slot_;
-  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant>, std::monostate, Bare>
+  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant> || kBindsSlotObject<A>,
+                                           std::monostate, Bare>
       value_{};
 };
 

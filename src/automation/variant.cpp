@@ -183,7 +183,9 @@ bool operator==(const Variant& a, const Variant& b) {
 namespace {
 
 /// Elements of an array with these bounds; raises 6 beyond 2^31 - 1. The
-/// product is checked factor by factor, so it can never wrap.
+/// product is checked factor by factor: a product below 2^31 times a count
+/// of at most 2^32 stays below 2^63, so it can never wrap (and no division
+/// is needed, which every reshaped output would pay for).
 size_t elementCount(std::span<const Bound> bounds) {
   constexpr uint64_t kMaxElements = std::numeric_limits<int32_t>::max();
   if (bounds.empty() ||
@@ -191,8 +193,8 @@ size_t elementCount(std::span<const Bound> bounds) {
     return 0;
   uint64_t n = 1;
   for (const auto& b : bounds) {
-    if (n > kMaxElements / b.count()) throw AutomationError::of(err::kOverflow);
     n *= b.count();
+    if (n > kMaxElements) throw AutomationError::of(err::kOverflow);
   }
   return static_cast<size_t>(n);
 }

@@ -125,7 +125,9 @@ class Frame {
   void descriptor(const std::shared_ptr<Dispatch>& control, std::string_view column) {
     const std::span<Variant> elements =
         reusedArray(object_.Arr_Fields, {Bound{0, 0}, Bound{0, 1}}).elements();
-    elements[0] = Variant(control);
+    // A decoder called again for the same control leaves it in place: no
+    // reference count goes up for the new one and down for the old.
+    if (!elements[0].isObject() || elements[0].object() != control) elements[0] = Variant(control);
     elements[1].setText(column);
   }
 
