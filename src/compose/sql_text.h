@@ -114,19 +114,25 @@ class SqlText {
     } else if constexpr (requires { part.writeTo(*this); }) {
       part.writeTo(*this);
     } else {
-      char digits[24];
-      write(digits,
-            static_cast<size_t>(std::to_chars(digits, digits + sizeof digits, part).ptr - digits));
+      // The digits go straight into the spare room: 24 characters hold any integer.
+      char* to = room(24);
+      size_ = static_cast<size_t>(std::to_chars(to, to + 24, part).ptr - text_.data());
     }
   }
 
   void write(const char* data, size_t count) {
     char* to = room(count);
     size_ += count;
-    // Most pieces are a few characters ("' ", CR LF, a number, a keyword):
-    // two overlapping fixed-size copies write them without a library call,
-    // reading nothing outside the piece.
-    if (count >= 8 && count <= 16) {
+    // Most pieces are a few characters ("' ", CR LF, a number, a keyword)
+    // or one line of a query: two overlapping fixed-size copies write them
+    // without a library call, reading nothing outside the piece.
+    if (count > 16 && count <= 32) {
+      copyFixed<16>(to, data);
+      copyFixed<16>(to + count - 16, data + count - 16);
+    } else if (count > 32 && count <= 64) {
+      copyFixed<32>(to, data);
+      copyFixed<32>(to + count - 32, data + count - 32);
+    } else if (count >= 8 && count <= 16) {
       copyFixed<8>(to, data);
       copyFixed<8>(to + count - 8, data + count - 8);
     } else if (count >= 4 && count < 8) {
@@ -136,7 +142,7 @@ class SqlText {
       to[0] = data[0];
       to[count / 2] = data[count / 2];
       to[count - 1] = data[count - 1];
-    } else if (count > 16) {
+    } else if (count > 64) {
       std::memcpy(to, data, count);
     }
   }

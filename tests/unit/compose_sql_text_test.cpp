@@ -3,6 +3,7 @@
 // one pass end as replacing each in turn would leave them.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -12,12 +13,15 @@ namespace brelvane {
 namespace {
 
 TEST(SqlTextTest, PiecesOfEveryLengthLandWholeAsTheBufferGrows) {
-  // Short pieces are copied in size classes (1-3, 4-7, 8-16, longer): each
-  // length is written after every other, starting from no room at all.
-  const std::string alphabet = "abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJKLMN";
+  // Pieces are copied in size classes (1-3, 4-7, 8-16, 17-32, 33-64,
+  // longer) and numbers written in place: each length is written after
+  // every other, starting from no room at all.
+  std::string alphabet;
+  for (char c = '!'; c <= '~'; ++c) alphabet += c;
   SqlText sql(0);
-  std::string expected;
-  for (size_t n = 0; n <= 40; ++n) {
+  sql.append(std::numeric_limits<int64_t>::min());
+  std::string expected = std::to_string(std::numeric_limits<int64_t>::min());
+  for (size_t n = 0; n <= 80; ++n) {
     const std::string piece = alphabet.substr(n % 7, n);
     const int32_t number = -static_cast<int32_t>(n);
     sql.append(piece, number).blanks(n % 3).cr();
