@@ -22,27 +22,22 @@ void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept {
 }
 
 UtilityObject& HostAccess::utility() const {
-  if (!utility_) throw AutomationError::of(err::kObjectNotSet);
+  if (!utility_) raiseObjectNotSet();
   return *utility_;
 }
 
-HostInterface& HostAccess::host() const {
-  if (source_) {
-    host_ = *source_;
-    source_ = nullptr;
-  }
-  return required(host_);
+void raiseObjectNotSet() {
+  throw AutomationError::of(err::kObjectNotSet);
 }
 
-std::shared_ptr<HostContext> HostAccess::contextPtr() const {
-  return host().Context();
-}
+namespace {
+/// Captions and labels take no arguments: one empty array serves them all.
+const SafeArray kNoArguments;
+}  // namespace
 
 std::string HostAccess::message(int32_t id) const {
   auto context = contextPtr();
   auto messages = required(context).Messages();
-  // Captions and labels take no arguments: one empty array serves them all.
-  static const SafeArray kNoArguments;
   return required(messages).GetMessageText(id, kNoArguments);
 }
 

@@ -16,6 +16,18 @@
 
 namespace brelvane {
 
+/// Raises 91: a call through a null object reference.
+[[noreturn]] void raiseObjectNotSet();
+
+/// Raises 91 when `p` is null; returns it otherwise. Small enough to be
+/// inlined at each of the many host calls; raising is out of line.
+template <class T>
+T& required(const std::shared_ptr<T>& p) {
+  if (!p) [[unlikely]]
+    raiseObjectNotSet();
+  return *p;
+}
+
 class HostAccess {
  public:
   /// Either pointer may be null: a call that needs it then raises 91. The
@@ -54,8 +66,15 @@ class HostAccess {
   Variant installationSetting() const;
 
  private:
-  std::shared_ptr<HostContext> contextPtr() const;
-  HostInterface& host() const;
+  std::shared_ptr<HostContext> contextPtr() const { return host().Context(); }
+  /// The host, taken from the instance at the first call that needs it.
+  HostInterface& host() const {
+    if (source_) [[unlikely]] {
+      host_ = *source_;
+      source_ = nullptr;
+    }
+    return required(host_);
+  }
 
   mutable std::shared_ptr<HostInterface> host_;
   mutable const std::shared_ptr<HostInterface>* source_ = nullptr;
@@ -68,13 +87,6 @@ class HostAccess {
 std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept;
 /// Releases the utility object (errors ignored) and lets it go.
 void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept;
-
-/// Raises 91 when `p` is null; returns it otherwise.
-template <class T>
-T& required(const std::shared_ptr<T>& p) {
-  if (!p) throw AutomationError::of(err::kObjectNotSet);
-  return *p;
-}
 
 /// The array `target` holds, given `bounds`; a target that holds no array
 /// is made one. The array keeps its storage, so an output rewritten with the
