@@ -1,7 +1,5 @@
 #include "compose/case_column.h"
 
-#include <charconv>
-
 #include "compose/guard.h"
 
 namespace brelvane {
@@ -14,13 +12,7 @@ void appendCase(SqlText& sql, const HostAccess& host, const CaseColumn& column) 
   for (auto line : column.open) sql.line(line);
   const BranchForm& form = column.form;
   for (const Branch& branch : column.branches) {
-    char digits[24];
-    const std::string_view value(digits,
-                                 std::to_chars(digits, digits + sizeof digits, branch.value).ptr);
-    sql.append(form.when);
-    if (form.width > static_cast<int>(value.size()))
-      sql.blanks(static_cast<size_t>(form.width) - value.size());
-    sql.append(value);
+    sql.append(form.when).rightAligned(branch.value, static_cast<size_t>(form.width));
     if (form.twoLines) sql.line();
     sql.append(form.then);
     appendLabel(sql, host, branch.messageId);

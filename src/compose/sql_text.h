@@ -75,6 +75,20 @@ class SqlText {
     return *this;
   }
 
+  /// The decimal text of `value`, right-aligned in `width` characters (as
+  /// it is when it is wider).
+  template <std::integral I>
+  SqlText& rightAligned(I value, size_t width) {
+    char* to = room(24 + width);
+    const auto digits = static_cast<size_t>(std::to_chars(to, to + 24, value).ptr - to);
+    if (digits < width) {
+      std::memmove(to + width - digits, to, digits);
+      std::memset(to, ' ', width - digits);
+    }
+    size_ += std::max(digits, width);
+    return *this;
+  }
+
   /// Appends what `body()` writes to this text, or nothing when it raises:
   /// a fragment is there whole or not at all.
   template <class Body>
@@ -120,29 +134,32 @@ class SqlText {
     }
   }
 
-  void write(const char* data, size_t count) {
+  // Inlined at every piece: a call per piece cost more than the copy.
+  [[gnu::always_inline]] void write(const char* data, size_t count) {
     char* to = room(count);
     size_ += count;
     // Most pieces are a few characters ("' ", CR LF, a number, a keyword)
     // or one line of a query: two overlapping fixed-size copies write them
     // without a library call, reading nothing outside the piece.
-    if (count > 16 && count <= 32) {
+    if (count <= 16) [[likely]] {
+      if (count >= 8) {
+        copyFixed<8>(to, data);
+        copyFixed<8>(to + count - 8, data + count - 8);
+      } else if (count >= 4) {
+        copyFixed<4>(to, data);
+        copyFixed<4>(to + count - 4, data + count - 4);
+      } else if (count > 0) {
+        to[0] = data[0];
+        to[count / 2] = data[count / 2];
+        to[count - 1] = data[count - 1];
+      }
+    } else if (count <= 32) {
       copyFixed<16>(to, data);
       copyFixed<16>(to + count - 16, data + count - 16);
-    } else if (count > 32 && count <= 64) {
+    } else if (count <= 64) {
       copyFixed<32>(to, data);
       copyFixed<32>(to + count - 32, data + count - 32);
-    } else if (count >= 8 && count <= 16) {
-      copyFixed<8>(to, data);
-      copyFixed<8>(to + count - 8, data + count - 8);
-    } else if (count >= 4 && count < 8) {
-      copyFixed<4>(to, data);
-      copyFixed<4>(to + count - 4, data + count - 4);
-    } else if (count > 0 && count < 4) {
-      to[0] = data[0];
-      to[count / 2] = data[count / 2];
-      to[count - 1] = data[count - 1];
-    } else if (count > 64) {
+    } else {
       std::memcpy(to, data, count);
     }
   }
@@ -154,8 +171,13 @@ class SqlText {
   }
   /// Where `count` more characters go, the buffer grown when they do not fit.
   char* room(size_t count) {
-    if (text_.size() - size_ < count) text_.resize(std::max(2 * text_.size(), size_ + count));
+    if (text_.size() - size_ < count) [[unlikely]]
+      grow(count);
     return text_.data() + size_;
+  }
+  /// Makes room for `count` more characters: at least twice the buffer.
+  [[gnu::noinline]] void grow(size_t count) {
+    text_.resize(std::max(2 * text_.size(), size_ + count));
   }
   void keepPeak() { peak_ = peak(); }
 
