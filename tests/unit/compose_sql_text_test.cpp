@@ -50,6 +50,19 @@ TEST(SqlTextTest, AFailedFragmentIsCutBackAndItsLengthStillCounts) {
   EXPECT_EQ(caption, "Causali 7");
 }
 
+// A text reserved at the length it had last time is written again without
+// growing, however its numbers fall at the end of the buffer.
+TEST(SqlTextTest, ATextReservedAtItsLengthNeverGrows) {
+  const std::string expected = "    AND CI26_DITTA_CG18 = -2147483648\r\n        WHEN   7";
+  SqlText sql(std::string(), expected.size());
+  const char* const buffer = sql.view().data();
+  sql.line("    AND CI26_DITTA_CG18 = ", std::numeric_limits<int32_t>::min())
+      .append("        WHEN ")
+      .rightAligned(7, 3);
+  EXPECT_EQ(sql.view(), expected);
+  EXPECT_EQ(sql.view().data(), buffer);
+}
+
 // Placeholders filled in one pass end exactly as replacing each in turn
 // would leave them, whatever the values hold.
 TEST(Placeholders, OnePassMatchesReplacingInTurn) {
