@@ -41,9 +41,11 @@ class SqlText {
   /// A text with room for `reserve` characters before it must grow.
   explicit SqlText(size_t reserve = 2048) { text_.resize(reserve); }
   /// An empty text written in the storage of `buffer`, with room for
-  /// `reserve` characters.
+  /// `reserve` characters. Only those are marked as room (a string fills
+  /// what it is resized to); growing further stays in the buffer's storage
+  /// as long as that has capacity.
   SqlText(std::string&& buffer, size_t reserve) : text_(std::move(buffer)) {
-    text_.resize(std::max(reserve, text_.capacity()));
+    text_.resize(reserve);
   }
   /// Goes on writing after the text `buffer` holds, in its storage.
   explicit SqlText(std::string&& buffer) : text_(std::move(buffer)), size_(text_.size()) {
