@@ -123,8 +123,8 @@ void recordedOrders(Frame& f, int32_t flngCodiceDitta) {
                     "    DITTA = DO11_DITTA_CG18"sv,
                     "    AND NUMREGORDINE = DO11_NUMREG_CO99"sv})
     sql.line(line);
+  sql.fill({{"@PAR_DITTA", decimal(flngCodiceDitta)}});
   f.sql(sql);
-  replaceAll(f.object().Str_Sql, "@PAR_DITTA", decimal(flngCodiceDitta));
   f.caption(74815);
   f.id("Lkp_OrdLavRilevati");
 }
