@@ -14,6 +14,15 @@
 
 namespace brelvane {
 
+// An optimised build inlines the write at every piece: a call per piece
+// cost more than the copy. An unoptimised one (the coverage build among
+// them) keeps it one function, so its branches are counted once.
+#if defined(__OPTIMIZE__)
+#define BRELVANE_EVERY_PIECE [[gnu::always_inline]]
+#else
+#define BRELVANE_EVERY_PIECE
+#endif
+
 /// What SqlText appends: text pieces, integers as their decimal text
 /// (numbers go into SQL unquoted), and pieces that write themselves
 /// (`piece.writeTo(text)`). A char is refused: it would read as a number or
@@ -153,8 +162,7 @@ class SqlText {
     size_ += std::max(digits, width);
   }
 
-  // Inlined at every piece: a call per piece cost more than the copy.
-  [[gnu::always_inline]] void write(const char* data, size_t count) {
+  BRELVANE_EVERY_PIECE void write(const char* data, size_t count) {
     char* to = room(count);
     size_ += count;
     // Most pieces are a few characters ("' ", CR LF, a number, a keyword)
