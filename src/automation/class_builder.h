@@ -129,14 +129,14 @@ class ArgHolder {
  public:
   explicit ArgHolder(Variant& slot) : slot_(slot) {
     if constexpr (kBindsSlotObject<A>) {
-      if (!slot.isObject()) throw AutomationError::of(err::kTypeMismatch);
+      value_ = &slot.object();  // raises 13 when the slot holds no object
     } else if constexpr (!std::is_same_v<Bare, Variant>) {
       value_ = Conv<Bare>::from(slot);
     }
   }
   A get() {
     if constexpr (kBindsSlotObject<A>) {
-      return slot_.object();
+      return *value_;
     } else if constexpr (std::is_same_v<Bare, Variant>) {
       if constexpr (ArgPass<A>::byRef)
         return slot_;
@@ -153,8 +153,9 @@ class ArgHolder {
 
  private:
   Variant& slot_;
-  [[no_unique_address]] std::conditional_t<std::is_same_v<Bare, Variant> || kBindsSlotObject<A>,
-                                           std::monostate, Bare>
+  [[no_unique_address]] std::conditional_t<
+      std::is_same_v<Bare, Variant>, std::monostate,
+      std::conditional_t<kBindsSlotObject<A>, const std::shared_ptr<Dispatch>*, Bare>>
       value_{};
 };
 

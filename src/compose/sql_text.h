@@ -87,10 +87,29 @@ class SqlText {
   }
 
   /// The decimal text of `value`, right-aligned in `width` characters (as
-  /// it is when it is wider).
+  /// it is when it is wider). The digits go straight into the spare room
+  /// when it can hold any number; otherwise through a stack buffer, so that
+  /// a buffer reserved at a text's exact length never grows for a number
+  /// near its end.
   template <std::integral I>
   SqlText& rightAligned(I value, size_t width) {
-    putNumber(value, width);
+    constexpr size_t kDigits = 24;  // any integer, sign included
+    size_t digits;
+    char* to;
+    if (text_.size() - size_ >= kDigits + width) [[likely]] {
+      to = text_.data() + size_;
+      digits = static_cast<size_t>(std::to_chars(to, to + kDigits, value).ptr - to);
+    } else {
+      char buffer[kDigits];
+      digits = static_cast<size_t>(std::to_chars(buffer, buffer + kDigits, value).ptr - buffer);
+      to = room(std::max(digits, width));
+      std::memcpy(to, buffer, digits);
+    }
+    if (digits < width) {
+      std::memmove(to + width - digits, to, digits);
+      std::memset(to, ' ', width - digits);
+    }
+    size_ += std::max(digits, width);
     return *this;
   }
 
@@ -133,33 +152,8 @@ class SqlText {
     } else if constexpr (requires { part.writeTo(*this); }) {
       part.writeTo(*this);
     } else {
-      putNumber(part, 0);
+      rightAligned(part, 0);
     }
-  }
-
-  /// Writes `value` right-aligned in `width` characters. The digits go
-  /// straight into the spare room when it can hold any number; otherwise
-  /// through a stack buffer, so that a buffer reserved at a text's exact
-  /// length never grows for a number near its end.
-  template <std::integral I>
-  void putNumber(I value, size_t width) {
-    constexpr size_t kDigits = 24;  // any integer, sign included
-    size_t digits;
-    char* to;
-    if (text_.size() - size_ >= kDigits + width) [[likely]] {
-      to = text_.data() + size_;
-      digits = static_cast<size_t>(std::to_chars(to, to + kDigits, value).ptr - to);
-    } else {
-      char buffer[kDigits];
-      digits = static_cast<size_t>(std::to_chars(buffer, buffer + kDigits, value).ptr - buffer);
-      to = room(std::max(digits, width));
-      std::memcpy(to, buffer, digits);
-    }
-    if (digits < width) {
-      std::memmove(to + width - digits, to, digits);
-      std::memset(to, ' ', width - digits);
-    }
-    size_ += std::max(digits, width);
   }
 
   BRELVANE_EVERY_PIECE void write(const char* data, size_t count) {
