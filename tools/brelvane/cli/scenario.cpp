@@ -10,6 +10,7 @@
 #include "brelvane/brelvane.h"
 #include "cli/commands.h"
 #include "cli/compare.h"
+#include "cli/shared_values.h"
 #include "standins/standins.h"
 
 namespace brelvane::cli {
@@ -655,6 +656,7 @@ int runScenario(std::string_view text, std::ostream& out, std::ostream& err) {
   std::ostringstream buffer;
   int status;
   try {
+    doc = expandSharedValues(doc);
     Run run(doc);
     status = run.execute(buffer);
   } catch (const std::exception& e) {
