@@ -51,6 +51,7 @@ std::shared_ptr<OdbcConnection> connect(const std::string& connection,
         SQL_HANDLE_DBC, link->dbc, "setting the login timeout");
   // A bare name is a DSN.
   std::string text = connection.find('=') == std::string::npos ? "DSN=" + connection : connection;
+  link->secrets = detail::passwordsOf(text);
   detail::WideText wide = link->codec.wide(text);
   SQLRETURN rc =
       SQLDriverConnectW(link->dbc, nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()),

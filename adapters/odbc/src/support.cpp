@@ -1,5 +1,6 @@
 #include "support.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cmath>
@@ -124,7 +125,42 @@ void Link::fail(SQLSMALLINT handleType, SQLHANDLE handle, std::string_view what)
     description += "SQLSTATE " + codec.utf8(state, 5) + ": " + codec.utf8(message, units);
   }
   if (description.empty()) description = "SQLSTATE HY000: " + std::string(what) + " failed";
+  // Drivers echo parts of the connection string in their messages (a driver
+  // manager that misreads an unclosed brace quotes the rest of the string):
+  // this is where every driver's words become an error, so the one place
+  // to mask a password.
+  for (const auto& secret : secrets)
+    for (size_t at = 0; (at = description.find(secret, at)) != std::string::npos; at += 3)
+      description.replace(at, secret.size(), "***");
   raise(kDriverError, std::move(description));
+}
+
+// Keys are looked for after every ";" and "{", so that a key inside another
+// key's unclosed braces, which a driver manager may echo, is found too.
+std::vector<std::string> passwordsOf(std::string_view text) {
+  std::vector<std::string> found;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (i > 0 && text[i - 1] != ';' && text[i - 1] != '{') continue;
+    size_t eq = text.find('=', i);
+    if (eq == std::string_view::npos) break;
+    std::string_view key = text.substr(i, eq - i);
+    key.remove_prefix(std::min(key.find_first_not_of(' '), key.size()));
+    key.remove_suffix(key.size() - std::min(key.find_last_not_of(' ') + 1, key.size()));
+    if (!sameName(key, "PWD") && !sameName(key, "Password")) continue;
+    size_t from = std::min(text.find_first_not_of(' ', eq + 1), text.size());
+    std::string value;
+    if (from < text.size() && text[from] == '{') {
+      // Braced: up to the closing brace, "}}" standing for one.
+      for (size_t j = from + 1; j < text.size(); ++j) {
+        if (text[j] == '}' && (j + 1 == text.size() || text[++j] != '}')) break;
+        value += text[j];
+      }
+    } else {
+      value = text.substr(from, text.find_first_of(";}", from) - from);
+    }
+    if (!value.empty()) found.push_back(std::move(value));
+  }
+  return found;
 }
 
 Statement::Statement(std::shared_ptr<Link> link) : link_(std::move(link)) {

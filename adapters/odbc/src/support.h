@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "brelvane/automation/error.h"
 #include "brelvane/automation/variant.h"
@@ -47,6 +48,8 @@ struct Link {
   SQLHDBC dbc = SQL_NULL_HDBC;
   bool open = false;
   TextCodec codec;
+  /// Texts no error may show: the passwords of the connection string.
+  std::vector<std::string> secrets;
 
   Link() = default;
   Link(const Link&) = delete;
@@ -56,7 +59,8 @@ struct Link {
   void requireOpen() const;
   /// Disconnects; the driver manager frees the statements with it.
   void close();
-  /// Raises kDriverError with the handle's diagnostics when `rc` failed.
+  /// Raises kDriverError with the handle's diagnostics when `rc` failed,
+  /// every secret in them masked.
   void check(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, std::string_view what);
   [[noreturn]] void fail(SQLSMALLINT handleType, SQLHANDLE handle, std::string_view what);
 };
@@ -92,6 +96,9 @@ class Statement {
   bool pending_ = false;
   uint64_t generation_ = 0;
 };
+
+/// The values of the password keys (PWD, Password) of a connection string.
+std::vector<std::string> passwordsOf(std::string_view connection);
 
 /// How a value of an SQL type is read, and the Variant kind it becomes.
 enum class Kind { Boolean, Short, Long, BigInt, Double, Timestamp, Time, Text };

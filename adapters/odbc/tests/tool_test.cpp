@@ -43,5 +43,18 @@ TEST_F(OdbcTest, TheToolSaysWhyAConnectionOrItsRowsFail) {
   EXPECT_EQ(cli::tool({"call", "--run", "Brelvane.CLSCI_LOOKUP", "NatureCosti"}).status, 2);
 }
 
+TEST_F(OdbcTest, NoErrorShowsThePasswordOfTheConnection) {
+  // A missing database; a driver name whose brace is never closed, which the
+  // driver manager quotes back with the rest of the string.
+  for (const std::string& connection :
+       {connectionString() + "Database=no_such_db;PWD=some-unique-secret;",
+        std::string("Driver={NoSuchDriver;Server=127.0.0.1;Password=some-unique-secret;")}) {
+    auto r = cli::tool({"call", "--connect", connection, "Brelvane.CLSCI_LOOKUP", "NatureCosti"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("--connect: error"), std::string::npos) << r.err;
+    EXPECT_EQ((r.out + r.err).find("some-unique-secret"), std::string::npos) << r.err;
+  }
+}
+
 }  // namespace
 }  // namespace brelvane::odbc::testing
