@@ -231,7 +231,6 @@ class OdbcCommand final : public Command {
                      : out                                 ? SQL_PARAM_OUTPUT
                                                            : SQL_PARAM_INPUT;
     p.indicator = null ? SQL_NULL_DATA : 0;
-    if (out) p.value = Variant();  // known once the statement is finished
     SQLRETURN rc;
     if (p.kind == Kind::Text) {
       p.text = in && !null ? link_->codec.wide(toText(p.value)) : WideText();
@@ -248,6 +247,9 @@ class OdbcCommand final : public Command {
                             &p.fixed, sizeof p.fixed, &p.indicator);
     }
     statement_->check(rc, "binding parameter " + p.name);
+    // An INOUT sends its value; what comes back is known once the statement
+    // is finished.
+    if (out) p.value = Variant();
   }
 
   std::shared_ptr<Link> link_;

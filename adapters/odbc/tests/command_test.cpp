@@ -64,10 +64,12 @@ TEST_F(CommandTest, ParametersOfEveryKindMatchNamesWithoutTheAt) {
   EXPECT_EQ(command->GetParameter("@DAY_OUT"), Variant(Date{2024, 2, 29, 10, 30, 0}));
   EXPECT_EQ(command->GetParameter("@FLAG_OUT"), Variant(false));
   EXPECT_EQ(command->GetParameter("@DOUBLE_OUT"), Variant(2.5));
+  EXPECT_EQ(command->GetParameter("@TEXT_IN"), Variant("perché!"));
 
+  // An INOUT sends what it holds: the value it came back with.
   command->SetParameter("@SMALL_IN", Variant::null());
   command->Execute(-1);
-  EXPECT_EQ(command->GetParameter("@TEXT_OUT"), Variant("perché/null"));
+  EXPECT_EQ(command->GetParameter("@TEXT_OUT"), Variant("perché!/null"));
 
   EXPECT_EQ(raised([&] { command->SetParameter("@NO_SUCH", 1); }).number, kItemNotFound);
   EXPECT_EQ(raised([&] { command->GetParameter("@NO_SUCH"); }).number, kItemNotFound);

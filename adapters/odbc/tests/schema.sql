@@ -88,12 +88,12 @@ CREATE FUNCTION spci_propcausali_lookupprovider("@DITTA" integer, "@PROVIDER" sm
 -- A procedure of every parameter kind and direction, for the command tests.
 -- Its names have no "@": the adapter matches "@LONG_IN" to long_in.
 CREATE FUNCTION echo_kinds(small_in smallint, long_in integer, double_in double precision,
-                           text_in varchar, day_in timestamp, flag_in boolean,
+                           INOUT text_in varchar, day_in timestamp, flag_in boolean,
                            OUT text_out varchar, OUT long_out integer, OUT day_out timestamp,
                            OUT flag_out boolean, OUT double_out double precision)
   LANGUAGE sql STABLE AS $$
-  SELECT text_in || '/' || coalesce(small_in::text, 'null'), long_in + 1, day_in + interval '1 day',
-         NOT flag_in, double_in * 2
+  SELECT text_in || '!', text_in || '/' || coalesce(small_in::text, 'null'), long_in + 1,
+         day_in + interval '1 day', NOT flag_in, double_in * 2
 $$;
 
 -- Stand-ins that fail inside: a connection whose search path starts with
