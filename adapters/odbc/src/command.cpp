@@ -1,12 +1,17 @@
 // Commands: a statement run by text or a stored procedure called by name,
 // with parameters addressed by name.
 //
-// For a stored procedure the parameter list is asked of the driver
-// (SQLProcedureColumns) the first time a parameter is used, so names,
-// directions and types are the procedure's own; a name matches ignoring
-// case and a leading "@", which some databases write and others do not.
-// When the driver knows no parameters, those set become inputs in the order
-// they were first set.
+// For a stored procedure the catalogue is asked, once per command and the
+// first time a parameter is used, what the name is (SQLProcedures, or on
+// PostgreSQL the server's own catalogue) and what it takes
+// (SQLProcedureColumns), so names, directions and types are the routine's
+// own; a name matches ignoring case and a leading "@", which some databases
+// write and others do not. When the driver knows no parameters, those set
+// become inputs in the order they were first set.
+//
+// A function is called with the ODBC call escape. A procedure is called
+// with CALL: on PostgreSQL the escape reaches functions only, and a
+// procedure's INOUT parameters come back as the CALL's outputs.
 #include <algorithm>
 
 #include "objects.h"
@@ -45,6 +50,29 @@ struct Parameter {
 };
 
 using Parameters = std::vector<Parameter>;
+
+/// What SQLGetInfo answers about the connection as text; "" when it fails.
+std::string infoText(Link& link, SQLUSMALLINT what) {
+  SQLWCHAR text[128];
+  SQLSMALLINT bytes = 0;
+  if (!SQL_SUCCEEDED(SQLGetInfoW(link.dbc, what, text, sizeof text, &bytes))) return "";
+  return link.codec.utf8(
+      text, std::min<size_t>(static_cast<size_t>(bytes) / sizeof(SQLWCHAR), std::size(text) - 1));
+}
+
+/// `name` between the driver's identifier quotes, those inside doubled.
+std::string quoted(const std::string& name, const std::string& quote) {
+  if (quote.empty() || quote == " ") return name;
+  std::string out = quote;
+  for (size_t from = 0;;) {
+    size_t at = name.find(quote, from);
+    out += name.substr(from, at - from);
+    if (at == std::string::npos) break;
+    out += quote + quote;
+    from = at + quote.size();
+  }
+  return out + quote;
+}
 
 /// Reads the returned values into the parameters, once the statement is
 /// finished.
@@ -118,6 +146,11 @@ class OdbcCommand final : public Command {
       bind(h, static_cast<SQLUSMALLINT>(i + 1), p);
     }
     std::string call = callText(type_, text_, parameters_->size(), returns);
+    if (!procedure_.empty()) {
+      call = "CALL " + procedure_ + "(";
+      for (size_t i = 0; i < parameters_->size(); ++i) call += i ? ", ?" : "?";
+      call += ")";
+    }
     SQLRETURN rc;
     if (prepared_) {
       if (preparedText_ != call) {
@@ -150,32 +183,92 @@ class OdbcCommand final : public Command {
   void forget() {
     derived_ = false;
     listed_ = false;
+    procedure_.clear();
     preparedText_.clear();
     statement_.reset();
     parameters_ = std::make_shared<Parameters>(*parameters_);
   }
 
-  void deriveParameters() {
-    if (derived_ || type_ != ado::kCmdStoredProc) return;
-    requireConnection();
+  /// A statement for a catalogue call, names taken as identifiers, not
+  /// patterns: the "_" in procedure names is no wildcard, and case follows
+  /// the database's rules for identifiers.
+  std::shared_ptr<Statement> catalogue() {
     auto meta = std::make_shared<Statement>(link_);
-    SQLHSTMT h = meta->handle();
-    // Names as identifiers, not patterns: the "_" in procedure names is no
-    // wildcard, and case follows the database's rules for identifiers.
-    SQLSetStmtAttr(h, SQL_ATTR_METADATA_ID, reinterpret_cast<SQLPOINTER>(SQL_TRUE), 0);
-    size_t dot = text_.rfind('.');
-    WideText schema = link_->codec.wide(dot == std::string::npos ? "" : text_.substr(0, dot));
-    WideText name = link_->codec.wide(dot == std::string::npos ? text_ : text_.substr(dot + 1));
+    SQLSetStmtAttr(meta->handle(), SQL_ATTR_METADATA_ID, reinterpret_cast<SQLPOINTER>(SQL_TRUE), 0);
     meta->reset();
-    meta->check(SQLProcedureColumnsW(h, nullptr, 0, schema.empty() ? nullptr : schema.data(),
-                                     static_cast<SQLSMALLINT>(schema.size()), name.data(),
-                                     static_cast<SQLSMALLINT>(name.size()), nullptr, 0),
+    return meta;
+  }
+
+  /// What a name reaches: the routine's schema and name as the catalogue
+  /// lists them (empty when it lists none), and whether it is a procedure.
+  struct Routine {
+    std::string schema, name;
+    bool procedure = false;
+  };
+
+  /// The routine as the driver lists it (SQLProcedures); the first one
+  /// listed when several schemas hold the name. A type the driver does not
+  /// know is taken as a function, which the call escape reaches on any driver.
+  Routine listedRoutine(WideText schema, WideText name) {
+    auto meta = catalogue();
+    meta->check(SQLProceduresW(meta->handle(), nullptr, 0, schema.empty() ? nullptr : schema.data(),
+                               static_cast<SQLSMALLINT>(schema.size()), name.data(),
+                               static_cast<SQLSMALLINT>(name.size())),
+                "looking up " + text_);
+    meta->executed();
+    Routine r;
+    // Columns: 2 PROCEDURE_SCHEM, 3 PROCEDURE_NAME, 8 PROCEDURE_TYPE.
+    if (Rows rows(meta); !rows.Eof()) {
+      r.schema = concatText(rows.Field(1));
+      r.name = concatText(rows.Field(2));
+      r.name = r.name.substr(0, r.name.find(';'));  // some drivers add a version: "NAME;1"
+      Variant type = rows.Field(7);
+      r.procedure = !type.isNull() && toLong(type) == SQL_PT_PROCEDURE;
+    }
+    return r;
+  }
+
+  /// The routine as PostgreSQL's own catalogue says. Its driver cannot: it
+  /// reports every routine as a function, and looks for a name without a
+  /// schema in the current schema only, where the server searches its whole
+  /// search path. The routine taken is the first one on that path.
+  Routine serverRoutine(const std::string& schema, const std::string& name) {
+    auto literal = [](const std::string& text) { return "lower(" + quoted(text, "'") + ")"; };
+    std::string path = schema.empty() ? "pg_catalog.current_schemas(true)"
+                                      : "ARRAY[" + literal(schema) + "]::name[]";
+    std::string sql =
+        "SELECT n.nspname, p.proname, (p.prokind = 'p')::int FROM pg_catalog.pg_proc p JOIN "
+        "pg_catalog.pg_namespace n ON n.oid = p.pronamespace WHERE p.proname = " +
+        literal(name) + " AND n.nspname = ANY (" + path + ") ORDER BY array_position(" + path +
+        ", n.nspname) LIMIT 1";
+    auto statement = std::make_shared<Statement>(link_);
+    statement->reset();
+    WideText wide = link_->codec.wide(sql);
+    Routine r;
+    // A server older than procedures (11) has no prokind: all are functions.
+    if (!SQL_SUCCEEDED(
+            SQLExecDirectW(statement->handle(), wide.data(), static_cast<SQLINTEGER>(wide.size()))))
+      return r;
+    statement->executed();
+    if (Rows rows(statement); !rows.Eof())
+      r = {toText(rows.Field(0)), toText(rows.Field(1)), toLong(rows.Field(2)) == 1};
+    return r;
+  }
+
+  /// The parameters SQLProcedureColumns lists for `name`. A name without a
+  /// schema may be found in several; the first routine listed is taken.
+  Parameters listParameters(const std::string& schema, const std::string& name) {
+    WideText wideSchema = link_->codec.wide(schema), wideName = link_->codec.wide(name);
+    auto meta = catalogue();
+    meta->check(SQLProcedureColumnsW(meta->handle(), nullptr, 0,
+                                     wideSchema.empty() ? nullptr : wideSchema.data(),
+                                     static_cast<SQLSMALLINT>(wideSchema.size()), wideName.data(),
+                                     static_cast<SQLSMALLINT>(wideName.size()), nullptr, 0),
                 "listing the parameters of " + text_);
     meta->executed();
     Parameters found;
     // Columns: 2 PROCEDURE_SCHEM, 3 PROCEDURE_NAME, 4 COLUMN_NAME, 5 COLUMN_TYPE,
-    // 6 DATA_TYPE, 8 COLUMN_SIZE, 10 DECIMAL_DIGITS. A name without a schema
-    // may be found in several; the first procedure listed is taken.
+    // 6 DATA_TYPE, 8 COLUMN_SIZE, 10 DECIMAL_DIGITS.
     std::string procedure;
     for (Rows rows(meta); !rows.Eof(); rows.MoveNext()) {
       std::string owner = concatText(rows.Field(1)) + "." + concatText(rows.Field(2));
@@ -192,6 +285,23 @@ class OdbcCommand final : public Command {
       p.digits = digits.isNull() ? 0 : static_cast<SQLSMALLINT>(toLong(digits));
       found.push_back(std::move(p));
     }
+    return found;
+  }
+
+  void deriveParameters() {
+    if (derived_ || type_ != ado::kCmdStoredProc) return;
+    requireConnection();
+    size_t dot = text_.rfind('.');
+    std::string schema = dot == std::string::npos ? "" : text_.substr(0, dot);
+    std::string name = dot == std::string::npos ? text_ : text_.substr(dot + 1);
+    bool postgres = infoText(*link_, SQL_DBMS_NAME) == "PostgreSQL";
+    Routine routine = postgres ? serverRoutine(schema, name)
+                               : listedRoutine(link_->codec.wide(schema), link_->codec.wide(name));
+    // The parameters of the routine found, or of the first one listed; where
+    // the server itself finds none, another schema's routine is no guide.
+    Parameters found;
+    if (!postgres || !routine.name.empty())
+      found = listParameters(routine.name.empty() ? schema : routine.schema, name);
     // The return value comes first, as the call escape expects.
     std::stable_partition(found.begin(), found.end(),
                           [](const Parameter& p) { return p.direction == SQL_RETURN_VALUE; });
@@ -201,6 +311,14 @@ class OdbcCommand final : public Command {
         if (sameName(bareName(p.name), bareName(known.name))) p.value = known.value;
     listed_ = !found.empty();
     if (listed_) *parameters_ = std::move(found);
+    if (routine.procedure) {
+      // Called by the name the catalogue gave: the routine whose parameters
+      // were bound, even where the search path finds a function of that name
+      // too.
+      std::string quote = infoText(*link_, SQL_IDENTIFIER_QUOTE_CHAR);
+      procedure_ = (routine.schema.empty() ? "" : quoted(routine.schema, quote) + ".") +
+                   quoted(routine.name, quote);
+    }
     derived_ = true;
   }
 
@@ -256,8 +374,9 @@ class OdbcCommand final : public Command {
   int32_t type_ = ado::kCmdUnspecified;
   std::string text_;
   bool prepared_ = false;
-  bool derived_ = false;  ///< the driver was asked for the parameter list
-  bool listed_ = false;   ///< and it knew the procedure's parameters
+  bool derived_ = false;   ///< the catalogue was asked what the name is and takes
+  bool listed_ = false;    ///< and it knew the procedure's parameters
+  std::string procedure_;  ///< a procedure's quoted name, called by CALL; "" for a function
   std::shared_ptr<Parameters> parameters_ = std::make_shared<Parameters>();
   std::shared_ptr<Statement> statement_;
   std::string preparedText_;

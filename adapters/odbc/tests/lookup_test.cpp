@@ -43,9 +43,14 @@ class LookupOverOdbc : public OdbcTest {
     OdbcTest::SetUp();
     if (IsSkipped()) return;
     registerBrelvane(factory);
+    fresh(db);
+  }
+
+  /// A new instance on `connection`: its commands bind to that connection.
+  void fresh(const std::shared_ptr<OdbcConnection>& connection) {
     lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
     lookup->ActiveInterface = captionHost();
-    lookup->Connessione = db;
+    lookup->Connessione = connection;
   }
 
   void call(std::string_view method, std::vector<Variant> args) {
@@ -112,23 +117,26 @@ TEST_F(LookupOverOdbc, ProposalsTakeTheirDefinitionFromTheDatabase) {
 }
 
 TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
-  call("ProposteContiPerProvider", {int16_t{1}, int16_t{7}});
-  EXPECT_THAT(captions(), ElementsAre("Code", "Description"));
-  call("ProposteContiPerProvider", {int16_t{1}, int16_t{8}});
-  EXPECT_THAT(captions(), ElementsAre("Code"));
-  EXPECT_EQ(lookup->Str_Sql,
-            "SELECT code FROM proposal_accounts WHERE company = 1 AND provider = 8");
-  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PropProv_8"));
-  call("ProposteContiPerProvider2", {int32_t{70000}, int16_t{7}});
-  EXPECT_THAT(captions(), ElementsAre("Code", "Description", ""));
+  // The functions, then the procedures (captions "proc:..."), called by CALL.
+  for (std::string p : {"", "proc:"}) {
+    SCOPED_TRACE(p);
+    if (!p.empty()) fresh(connect(connectionSearching("procs, public")));
+    call("ProposteContiPerProvider", {int16_t{1}, int16_t{7}});
+    EXPECT_THAT(captions(), ElementsAre(p + "Code", "Description"));
+    call("ProposteContiPerProvider", {int16_t{1}, int16_t{8}});
+    EXPECT_THAT(captions(), ElementsAre(p + "Code"));
+    EXPECT_EQ(lookup->Str_Sql,
+              "SELECT code FROM proposal_accounts WHERE company = 1 AND provider = 8");
+    EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PropProv_8"));
+    call("ProposteContiPerProvider2", {int32_t{70000}, int16_t{7}});
+    EXPECT_THAT(captions(), ElementsAre(p + "Code", "Description", ""));
+  }
 }
 
 TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
   // Each case on a fresh instance, whose command binds to its connection.
   auto fails = [&](const std::shared_ptr<OdbcConnection>& connection, int16_t provider) {
-    lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
-    lookup->ActiveInterface = captionHost();
-    lookup->Connessione = connection;
+    fresh(connection);
     lookup->Str_Sql = "not yet";
     EXPECT_NO_THROW(call("ProposteContiPerProvider", {int16_t{1}, provider}));
     EXPECT_EQ(lookup->Str_Sql, "");

@@ -106,3 +106,23 @@ CREATE FUNCTION faulty.spci_propconti_lookupprovider("@DITTA" integer, "@PROVIDE
 -- A schema without the procedures: a connection searching only there
 -- misses them.
 CREATE SCHEMA empty;
+
+-- The three proposal procedures as PROCEDUREs, their answers read by CALL
+-- from INOUT parameters declared in another order. A connection whose
+-- search path starts with this schema finds them; their captions start
+-- with "proc:" to tell them from the functions'.
+CREATE SCHEMA procs;
+DO $do$ DECLARE r record; BEGIN
+  FOR r IN VALUES ('conti', 'accounts'), ('coge', 'ledger'), ('causali', 'causals') LOOP
+    EXECUTE format($f$CREATE PROCEDURE procs.spci_prop%s_lookupprovider(INOUT "@QUERY" varchar,
+      "@PROVIDER" smallint, INOUT "@LABELS" varchar, "@DITTA" integer) LANGUAGE sql AS $b$
+      SELECT query, 'proc:' || labels FROM public.proposal_answers
+      WHERE procedure_name = %L AND company = $4 AND provider = $2 $b$$f$, r.column1, r.column2);
+  END LOOP;
+END $do$;
+-- A procedure that raises an error, and a name that is neither a procedure
+-- nor a function.
+CREATE PROCEDURE faulty.spci_propcoge_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
+                                                     INOUT "@LABELS" varchar, INOUT "@QUERY" varchar)
+  LANGUAGE plpgsql AS $$ BEGIN RAISE EXCEPTION 'no proposals for provider %', "@PROVIDER"; END $$;
+CREATE TABLE empty.spci_propcoge_lookupprovider (id integer);

@@ -43,6 +43,33 @@ TEST_F(OdbcTest, TheToolSaysWhyAConnectionOrItsRowsFail) {
   EXPECT_EQ(cli::tool({"call", "--run", "Brelvane.CLSCI_LOOKUP", "NatureCosti"}).status, 2);
 }
 
+TEST_F(OdbcTest, TheToolReachesProceduresAndFunctionsAlike) {
+  // Search paths of schema.sql: procs holds PROCEDUREs, whose captions start
+  // "proc:"; public the functions; faulty a procedure that raises; empty a
+  // table of the name.
+  struct Case {
+    const char *path, *method;
+    int status;
+    std::vector<std::string> said;
+  };
+  const Case cases[] = {
+      {"procs, public", "ProposteContiPerProvider", 0, {"proc:Code | Description", "A200"}},
+      {"procs, public", "ProposteCogePerProvider2", 0, {"proc:Ledger account", "(3 rows)"}},
+      {"procs, public", "ProposteCausaliPerProvider", 0, {"Caus_7", "proc:", "(1 rows)"}},
+      {"faulty, public", "ProposteCausaliPerProvider2", 0, {"SELECT 1", "(1 rows)"}},
+      {"faulty, public", "ProposteCogePerProvider", 1, {"P0001: ERROR: no proposals for"}},
+      {"empty", "ProposteCogePerProvider", 1, {"42883: ERROR: function spci_propcoge"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + ": " + c.method);
+    auto r = cli::tool({"call", "--connect", connectionSearching(c.path), "--run",
+                        "Brelvane.CLSCI_LOOKUP", c.method, "1", "7"});
+    EXPECT_EQ(r.status, c.status) << r.err;
+    for (const auto& text : c.said)
+      EXPECT_NE((r.out + r.err).find(text), std::string::npos) << text << '\n' << r.out << r.err;
+  }
+}
+
 TEST_F(OdbcTest, NoErrorShowsThePasswordOfTheConnection) {
   // A missing database; a driver name whose brace is never closed, which the
   // driver manager quotes back with the rest of the string.
