@@ -10,6 +10,7 @@
 #include <string>
 
 #include "cli/scenario.h"
+#include "cli/shared_values.h"
 #include "standins/standins.h"
 
 using brelvane::standins::Json;
@@ -26,6 +27,7 @@ int main(int argc, char** argv) {
       status = 2;
       continue;
     }
+    doc = brelvane::cli::expandSharedValues(doc);  // steps may be shared values too
     // Each call gets a read of Str_Sql right after it; the read is pure, so
     // the scenario runs as before.
     Json steps = Json::array();
