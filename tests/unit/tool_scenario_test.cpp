@@ -164,35 +164,68 @@ TEST(ToolScenario, EventsOnlyFromObjectsThatRaiseThem) {
 }
 
 TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
-  const char* cases[] = {
-      "",
-      "{\"steps\": []",
-      "{\"steps\": [], \"frob\": 1}",
-      "{\"steps\": [{}]}",
-      "{\"steps\": [{\"get\": \"\"}]}",
-      "{\"steps\": [{\"create\": 5}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"get\": \"a\", \"properties\": [1]}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"set\": \"a\", \"values\": []}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"release\": \"a\", \"expect\": {\"X\": "
-      "1}}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
-      "\"args\": "
-      "[{\"$long\": 1.5}]}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
-      "\"args\": "
-      "[{\"$date\": \"2026-02-30\"}]}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"call\": \"a\", \"method\": \"M\", "
-      "\"args\": "
-      "[{\"$integer\": 1, \"$long\": 1}]}]}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"set\": \"a\", \"values\": {\"P\": "
-      "{\"$array\": {\"bounds\": [[0, 0]], \"rows\": [[1]]}}}}]}",
-      "{\"utility\": {\"fail\": \"Initialise\"}, \"steps\": []}",
-      "{\"objects\": {\"db\": {\"kind\": \"connection\", \"results\": 5}}, \"steps\": []}",
-      "{\"steps\": [{\"create\": \"A\", \"as\": \"a\"}, {\"get\": \"a\", \"expect\": {\"$log\": "
-      "{}}}]}",
-      "{\"steps\": [\"\\xff\"]}",
+  // Each breaks one rule of the format; the last ones misuse shared values.
+  auto lk = [](std::string step) {
+    return R"({"steps": [{"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"}, )" + step + "]}";
   };
-  for (const char* text : cases) {
+  std::vector<std::string> cases = {
+      R"()",
+      R"({"steps": [])",
+      R"({"steps": [], "frob": 1})",
+      R"({"objects": {"host": {"kind": "host"}}})",
+      R"([{"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"}])",
+      R"({"steps": [{}]})",
+      R"({"steps": [{"get": ""}]})",
+      R"({"steps": [{"create": 5}]})",
+      R"({"steps": [{"create": "A", "as": "a#1"}]})",
+      lk(R"({"get": "lk", "properties": [1]})"),
+      lk(R"({"set": "lk", "values": []})"),
+      lk(R"({"release": "lk", "expect": {"X": 1}})"),
+      lk(R"({"get": "lk", "expect": {"return": null}})"),
+      lk(R"({"call": "lk", "method": "M", "expect": {"error": {"numero": 438}}})"),
+      lk(R"({"get": "lk", "expect": {"$log": {}}})"),
+      R"({"steps": [{"create": "A", "as": "a", "call": "a", "method": "M"}]})",
+      lk(R"({"call": "lk", "method": "M", "argz": []})"),
+      lk(R"({"call": "lookup", "method": "M"})"),
+      lk(R"({"set": "lk", "values": {"P": {"$object": "hots"}}})"),
+      lk(R"({"call": "lk", "method": "M", "args": [{"$long": 1.5}]})"),
+      lk(R"({"call": "lk", "method": "M", "args": [{"$date": "2026-02-30"}]})"),
+      lk(R"({"call": "lk", "method": "M", "args": [{"$integer": 1, "$long": 1}]})"),
+      lk(R"({"set": "lk", "values": {"P": {"$integer": 40000}}})"),
+      lk(R"({"set": "lk", "values": {"P": {"$integr": 5}}})"),
+      lk(R"({"set": "lk", "values": {"P": {"$missing": true}}})"),
+      lk(R"({"call": "lk", "method": "M", "args": [["P1"]]})"),
+      lk(R"({"set": "lk", "values": {"P": {"$array": {"bounds": [[0, 0]], "rows": [[1]]}}}})"),
+      lk(R"({"set": "lk", "values": {"P": {"$array": {"bounds": [[0, 1], [0, 2]], "rows": [["a", "b", "c"]]}}}})"),
+      R"({"steps": [{"create": "Brelvane.CLSCI_CONNECT", "as": "cn"}, {"advise": "cn", "sink": "ev", "handlers": {"TransferData": {"Data": 1}}}]})",
+      R"({"steps": [{"create": "Brelvane.CLSCI_CONNECT", "as": "cn"}, {"advise": "cn", "sink": "ev", "handlers": {"TransferData": {"Kancel": true}}}]})",
+      R"({"utility": {"fail": "Initialise"}, "steps": []})",
+      R"({"objects": {"db": {"kind": "connection", "results": 5}}, "steps": []})",
+      R"({"objects": {"host": {"kind": "host", "messages": {"abc": "testo"}}}, "steps": []})",
+      R"({"objects": {"printer": {"kind": "printer"}}, "steps": []})",
+      R"({"launchers": {"Quillane.CLSCI_CONNECT": {"on": {"ExecRicerca": [{"cal": "TransferData"}]}}}, "steps": []})",
+      R"({"launchers": {"Tormesk.CLSCI_CONNECT": {"sets": {"ApriTracciaRib": true}}}, "steps": []})",
+      R"({"launchers": {"Quillane.CLSCI_LAUNCH": {"fail": ["create"]}}, "steps": []})",
+      R"({"define": {"a": {"$ref": "b"}, "b": {"$ref": "a"}}, "steps": [{"create": "A", "note": {"$ref": "a"}}]})",
+      R"({"steps": [{"create": "A", "note": {"$ref": "nowhere"}}]})",
+      lk(R"({"get": "lk", "expect": {"Str_Sql": {"$concat": ["a", 1]}}})"),
+      R"({"define": [], "steps": []})",
+      "{\"steps\": [\"\\xff\"]}",
+      // Nested past the parser's bound, and shared values that would grow past theirs.
+      std::string(70, '[') + std::string(70, ']'),
+      [] {  // each definition ten copies of the one before: a million values and more
+        std::string defines = R"("d0": [0, 0, 0, 0, 0, 0, 0, 0, 0, 0])";
+        for (int d = 1; d <= 6; ++d) {
+          std::string ref = R"({"$ref": "d)" + std::to_string(d - 1) + R"("})";
+          defines += R"(, "d)" + std::to_string(d) + R"(": [)" + ref;
+          for (int i = 1; i < 10; ++i) defines += ", " + ref;
+          defines += "]";
+        }
+        return R"({"define": {)" + defines +
+               R"(}, "steps": [{"create": "A", "note": {"$ref": "d6"}}]})";
+      }(),
+  };
+  for (const std::string& text : cases) {
     auto r = run(text);
     EXPECT_EQ(r.status, kScenarioInvalid) << text;
     EXPECT_TRUE(r.doc.is_null()) << text;
