@@ -9,8 +9,9 @@
 #   sanitize   the same tests under AddressSanitizer + UBSan (leaks checked),
 #              instrumented for coverage: line and branch coverage per folder
 #              of src/, failing below 95 % of lines or 90 % of branches
-#   release    a GCC Release build of a shared library, with its tests and
-#              the package test (shared library)
+#   release    a Clang Release build of a shared library, warnings as errors,
+#              with its tests and the package test (shared library): the
+#              second compiler and the optimised build in one
 # `scripts/test.sh STEP...` runs only those steps. A step is a function
 # below; add one and list it in `steps`. Every ctest call fails when no test
 # ran (--no-tests=error).
@@ -66,7 +67,9 @@ step_sanitize() {
 }
 
 step_release() {
-  configure_and_build build-release -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON
+  scripts/deps.sh clang
+  configure_and_build build-release -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
+    -DCMAKE_CXX_COMPILER=clang++
   run_tests build-release
 }
 
