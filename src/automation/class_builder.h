@@ -22,6 +22,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -50,7 +51,15 @@ inline ParamSpec opt(std::string name, Variant defaultValue = Variant::missing()
 
 /// The type name a listing shows: the one given at registration, or the
 /// automation name of the C++ type.
-std::string declaredTypeName(std::string given, ParamType type);
+inline std::string declaredTypeName(std::string given, ParamType type) {
+  return given.empty() ? std::string(paramTypeName(type)) : std::move(given);
+}
+
+/// The type name of a property whose automation type is an enumeration or
+/// an object interface of another library ("HostInterface", "Connection").
+struct TypeName {
+  std::string_view name;
+};
 
 namespace detail {
 
@@ -213,6 +222,56 @@ std::array<std::pair<ParamType, bool>, sizeof...(A)> paramKinds(std::tuple<A...>
 
 }  // namespace detail
 
+/// One form of member that the rows of a family table take: the callable
+/// `fn(object, row, args...)`, its parameters (a list, or a function of the
+/// row that gives it), the rows it applies to (all, or those `when` accepts)
+/// and what it adds to each row's name and doc line.
+template <class F, class Params = std::vector<ParamSpec>, class When = std::nullptr_t>
+struct RowForm {
+  F fn;
+  Params params;
+  When when = nullptr;
+  std::string_view nameSuffix = {}, docSuffix = {};
+
+  /// The same form, for the rows `accepts(row)` is true of.
+  template <class Accepts>
+  RowForm<F, Params, Accepts> only(Accepts accepts) && {
+    return {std::move(fn), std::move(params), std::move(accepts), nameSuffix, docSuffix};
+  }
+  /// The same form, its members named row.name + name, documented row.doc + doc.
+  RowForm suffixed(std::string_view name, std::string_view doc) && {
+    nameSuffix = name;
+    docSuffix = doc;
+    return std::move(*this);
+  }
+};
+
+template <class F>
+RowForm<F> form(F fn, std::vector<ParamSpec> params = {}) {
+  return {std::move(fn), std::move(params)};
+}
+template <class F, class ParamsOfRow>
+requires(!std::is_convertible_v<ParamsOfRow, std::vector<ParamSpec>>) RowForm<F, ParamsOfRow> form(
+    F fn, ParamsOfRow paramsOfRow) {
+  return {std::move(fn), std::move(paramsOfRow)};
+}
+
+namespace detail {
+template <class F>
+inline constexpr bool kIsRowForm = false;
+template <class F, class P, class W>
+inline constexpr bool kIsRowForm<RowForm<F, P, W>> = true;
+
+/// `fn(object, row, args...)` with the row bound: a method of `args...`.
+/// The row is bound by reference: tables outlive the classes they describe.
+template <class T, class F, class Row, class R, class First, class... A>
+auto bindRow(const F& fn, const Row& row, std::tuple<First, A...>*, R*) {
+  return [fn, &row](T& self, A... args) mutable -> R {
+    return std::invoke(fn, self, row, std::forward<A>(args)...);
+  };
+}
+}  // namespace detail
+
 /// Access of a property: get, put (by value), putRef (by reference).
 struct Access {
   bool get = true, put = true, putRef = false;
@@ -230,19 +289,27 @@ class ClassBuilder {
     info_.doc = std::move(doc);
   }
 
-  /// A property backed by a field; access defaults by type: Variants get,
-  /// put and putRef; objects get and putRef; everything else get and put.
-  template <class F>
-  ClassBuilder& property(std::string name, F T::*field, std::string typeName = {},
-                         std::optional<Access> access = {}, std::string doc = {}) {
+  /// A property backed by a field, with its doc line and only the options
+  /// that differ from the defaults: a TypeName, an Access. Access defaults by
+  /// type: Variants get, put and putRef; objects get and putRef; everything
+  /// else get and put.
+  template <class F, class... Options>
+  ClassBuilder& property(std::string name, F T::*field, std::string doc = {}, Options... options) {
     PropertyInfo p;
     p.name = std::move(name);
     p.type = detail::Conv<F>::type;
+    Access a = std::is_same_v<F, Variant>        ? kReadWriteRef
+               : detail::is_shared_ptr<F>::value ? kReadRef
+                                                 : kReadWrite;
+    std::string typeName;
+    [[maybe_unused]] auto apply = [&](const auto& option) {
+      if constexpr (std::is_same_v<std::decay_t<decltype(option)>, Access>)
+        a = option;
+      else
+        typeName = std::string(option.name);
+    };
+    (apply(options), ...);
     p.typeName = declaredTypeName(std::move(typeName), p.type);
-    Access a = access ? *access
-                      : (std::is_same_v<F, Variant>        ? kReadWriteRef
-                         : detail::is_shared_ptr<F>::value ? kReadRef
-                                                           : kReadWrite);
     p.canGet = a.get;
     p.canPut = a.put;
     p.canPutRef = a.putRef;
@@ -270,6 +337,22 @@ class ClassBuilder {
   requires(detail::CallableSignature<T, F>::arity == 0) ClassBuilder& method(std::string name, F fn,
                                                                              std::string doc = {}) {
     return add(std::move(name), std::move(fn), std::span<ParamSpec>(), std::move(doc));
+  }
+
+  /// The members of a family table, in table order: for each row, one
+  /// method per form that applies to it, named `row.name` and documented
+  /// `row.doc`. Every family table, whatever its class, is registered here.
+  template <class Rows, class... Forms>
+  requires(detail::kIsRowForm<Forms>&&...) ClassBuilder& rows(const Rows& table,
+                                                              const Forms&... forms) {
+    for (const auto& row : table) (addRow(row, forms), ...);
+    return *this;
+  }
+  /// The same with one form: `fn(object, row, args...)` and its parameters.
+  template <class Rows, class F>
+  requires(!detail::kIsRowForm<F>) ClassBuilder& rows(const Rows& table, F fn,
+                                                      std::vector<ParamSpec> params = {}) {
+    return rows(table, form(std::move(fn), std::move(params)));
   }
 
   ClassBuilder& event(std::string name, std::vector<ParamInfo> params = {}) {
@@ -320,6 +403,25 @@ class ClassBuilder {
     };
     info_.methods.push_back(std::move(m));
     return *this;
+  }
+
+  template <class Row, class Form>
+  void addRow(const Row& row, const Form& form) {
+    if constexpr (!std::is_null_pointer_v<decltype(form.when)>)
+      if (!form.when(row)) return;
+    std::vector<ParamSpec> specs;
+    if constexpr (std::is_convertible_v<decltype(form.params), std::vector<ParamSpec>>)
+      specs = form.params;
+    else
+      specs = form.params(row);
+    using Sig = detail::CallableSignature<T, decltype(form.fn)>;
+    using R = typename Sig::Result;
+    if (specs.size() + 1 != Sig::arity)
+      throw std::logic_error("row " + std::string(row.name) + ": one parameter per argument");
+    add(std::string(row.name) + std::string(form.nameSuffix),
+        detail::bindRow<T>(form.fn, row, static_cast<typename Sig::Args*>(nullptr),
+                           static_cast<R*>(nullptr)),
+        std::span<ParamSpec>(specs), std::string(row.doc) + std::string(form.docSuffix));
   }
 
   ClassInfo info_;

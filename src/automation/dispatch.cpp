@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <vector>
 
 #include "automation/class_builder.h"
+#include "automation/names.h"
 
 namespace brelvane {
 
@@ -47,15 +47,6 @@ Variant Dispatch::invoke(std::string_view name, std::span<Variant> args) {
   unknownMember(name);
 }
 
-bool sameName(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  if (a == b) return true;  // names are mostly written as declared
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return (x >= 'A' && x <= 'Z' ? static_cast<char>(x - 'A' + 'a') : x) ==
-           (y >= 'A' && y <= 'Z' ? static_cast<char>(y - 'A' + 'a') : y);
-  });
-}
-
 std::string_view paramTypeName(ParamType type) {
   switch (type) {
     case ParamType::Variant:
@@ -79,31 +70,6 @@ std::string_view paramTypeName(ParamType type) {
 }
 
 namespace {
-
-/// A hash of the name that sameName cannot tell apart: every byte has its
-/// 0x20 bit set, so a letter hashes the same in either case. Eight bytes go
-/// in at a time; a by-name call hashes its name on every call.
-uint64_t foldedHash(std::string_view name) {
-  constexpr uint64_t kFold = 0x2020202020202020ull;
-  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15ull;
-  uint64_t h = name.size() * kMultiplier;
-  auto mix = [&](uint64_t word) {
-    h = (h ^ (word | kFold)) * kMultiplier;
-    h ^= h >> 29;
-  };
-  size_t i = 0;
-  for (; i + 8 <= name.size(); i += 8) {
-    uint64_t word;
-    std::memcpy(&word, name.data() + i, 8);
-    mix(word);
-  }
-  if (i < name.size()) {
-    uint64_t word = 0;
-    std::memcpy(&word, name.data() + i, name.size() - i);
-    mix(word);
-  }
-  return h;
-}
 
 template <class Info>
 std::vector<std::pair<uint64_t, uint32_t>> indexOf(const std::vector<Info>& items) {
@@ -165,10 +131,6 @@ void checkConvertible(ParamType type, const Variant& value) {
     case ParamType::Variant:
       break;
   }
-}
-
-std::string declaredTypeName(std::string given, ParamType type) {
-  return given.empty() ? std::string(paramTypeName(type)) : std::move(given);
 }
 
 const PropertyInfo* ClassInfo::findProperty(std::string_view name) const {

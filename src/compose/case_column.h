@@ -33,6 +33,8 @@ struct Branch {
 
 /// Every 0/1 flag column: 39318 labels 0 and 52384 labels 1.
 inline constexpr std::initializer_list<Branch> kYesNo{{0, 39318}, {1, 52384}};
+/// The two values of CI04_INDSTAPER, shown by causal codes and charts alike.
+inline constexpr std::initializer_list<Branch> kIndStaPer{{0, 55020}, {1, 44336}};
 /// The kinds of a cost nature (PC04_INDCOSTORIC), 0 to 4.
 inline constexpr std::initializer_list<Branch> kCostNatureKinds{
     {0, 39796}, {1, 16572}, {2, 48931}, {3, 66288}, {4, 59381}};

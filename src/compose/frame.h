@@ -113,6 +113,12 @@ class Frame {
   }
   /// The per-instance language code that replaces <LINGUA>.
   Variant& languageCode() { return internal::Access::of(object_).languageCode; }
+  /// Sets the language code: the host company's, or `fallback` when there
+  /// is no host (or, its read failing, the call ends with `fallback` kept).
+  void takeLanguage(const char* fallback) {
+    languageCode() = Variant(fallback);
+    if (host.hasHost()) languageCode() = host.languageCode();
+  }
   /// Replaces every <LINGUA> with the instance's language code in quotes.
   void substituteLanguage(SqlText& text) {
     text.fill({{"<LINGUA>", quoted(concatText(languageCode()))}});

@@ -65,18 +65,17 @@ void CLSCI_CONNECT::Unadvise(int32_t cookie) {
   sinks.erase(hit);
 }
 
-void connect::raise(CLSCI_CONNECT& self, std::string_view event, std::span<Variant> args) {
+// ---- Called back by the launcher; each raises its event ---------------------
+
+namespace {
+
+/// Raises an event to every connected sink, in order of connection.
+void raise(CLSCI_CONNECT& self, std::string_view event, std::span<Variant> args) {
   auto& state = internal::Access::of(self);
   auto keepAlive = state.self.lock();
   auto sinks = state.sinks;  // a handler may connect or disconnect sinks
   for (auto& sink : sinks) sink.second->invoke(event, args);
 }
-
-// ---- Called back by the launcher; each raises its event ---------------------
-
-namespace {
-
-using connect::raise;
 
 /// TransferData: the handlers' changes to Cancel and tsCalledProgram come
 /// back to the launcher.
@@ -119,6 +118,23 @@ void endLinks(CLSCI_CONNECT& self) {
     ignoringErrors([&] { launcher->invoke("Teminate", {}); });
     state.launcher.reset();
   }
+}
+
+/// ChiusuraTracciaRib: raises ChiusuraTracciaRibaltamenti, then closes the
+/// trace and ends the launcher; always False.
+bool closeTrace(CLSCI_CONNECT& self) {
+  auto& state = internal::Access::of(self);
+  auto keepAlive = state.self.lock();
+  ignoringErrors([&] {  // the error trap
+    raise(self, "ChiusuraTracciaRibaltamenti", {});
+    if (auto launcher = state.launcher) {
+      launcher->invoke("ChiudiTracciaRib", {});
+      connect::unlinkSteps(launcher, [](auto&& step) { step(); });
+    }
+  });
+  state.launcher.reset();
+  // The result is never set: this method answers False even on success.
+  return false;
 }
 
 }  // namespace
@@ -185,63 +201,61 @@ const ClassInfo& CLSCI_CONNECT::registration() {
   using T = CLSCI_CONNECT;
   static const ClassInfo info = [] {
     connect::Builder b(std::string(kProgId), "Program launcher, its context and its events");
-    b.property("ActiveInterface", &T::ActiveInterface, "HostInterface", {},
-               "the host framework object, handed on to the launcher")
-        .property("Ditta", &T::Ditta, {}, {}, "company code")
-        .property("CausaleCoIn", &T::CausaleCoIn, {}, {}, "industrial-accounting causal code")
-        .property("CausaleCoGe", &T::CausaleCoGe, {}, {}, "general-accounting causal code")
-        .property("Classe", &T::Classe, {}, {}, "class of accounts")
-        .property("CodiceNaturaCosto", &T::CodiceNaturaCosto, {}, {}, "cost nature code")
-        .property("CodicePdC", &T::CodicePdC, {}, {}, "chart-of-accounts code")
-        .property("Conto", &T::Conto, {}, {}, "account")
-        .property("IndProvenienzaOriginale", &T::IndProvenienzaOriginale, {}, {},
+    b.property("ActiveInterface", &T::ActiveInterface,
+               "the host framework object, handed on to the launcher", TypeName{"HostInterface"})
+        .property("Ditta", &T::Ditta, "company code")
+        .property("CausaleCoIn", &T::CausaleCoIn, "industrial-accounting causal code")
+        .property("CausaleCoGe", &T::CausaleCoGe, "general-accounting causal code")
+        .property("Classe", &T::Classe, "class of accounts")
+        .property("CodiceNaturaCosto", &T::CodiceNaturaCosto, "cost nature code")
+        .property("CodicePdC", &T::CodicePdC, "chart-of-accounts code")
+        .property("Conto", &T::Conto, "account")
+        .property("IndProvenienzaOriginale", &T::IndProvenienzaOriginale,
                   "source a movement first came from")
-        .property("LivelloPdC", &T::LivelloPdC, {}, {}, "chart level")
-        .property("NumeroEntità", &T::NumeroEntità, {}, {}, "entity number")
-        .property("CodiceModello", &T::CodiceModello, {}, {}, "model code")
-        .property("TipoModello", &T::TipoModello, {}, {}, "model type")
-        .property("CodiceScheda", &T::CodiceScheda, {}, {}, "cost-sheet code")
-        .property("CodiceCostDriver", &T::CodiceCostDriver, {}, {}, "cost-driver code")
-        .property("ProgRiga", &T::ProgRiga, {}, {}, "line number")
-        .property("TipoTraccia", &T::TipoTraccia, "TipoTraccia", {}, "kind of trace")
-        .property("ModalitàOperativa", &T::ModalitàOperativa, "ModalitàOperativa", {},
-                  "operating mode")
-        .property("Provenienza", &T::Provenienza, "Provenienza", {}, "source of a movement")
-        .property("NumeroRegistrazione", &T::NumeroRegistrazione, {}, {}, "registration number")
-        .property("DataRegistrazione", &T::DataRegistrazione, {}, {}, "registration date")
-        .property("NumeroDocumentoOrigine", &T::NumeroDocumentoOrigine, {}, {},
+        .property("LivelloPdC", &T::LivelloPdC, "chart level")
+        .property("NumeroEntità", &T::NumeroEntità, "entity number")
+        .property("CodiceModello", &T::CodiceModello, "model code")
+        .property("TipoModello", &T::TipoModello, "model type")
+        .property("CodiceScheda", &T::CodiceScheda, "cost-sheet code")
+        .property("CodiceCostDriver", &T::CodiceCostDriver, "cost-driver code")
+        .property("ProgRiga", &T::ProgRiga, "line number")
+        .property("TipoTraccia", &T::TipoTraccia, "kind of trace", TypeName{"TipoTraccia"})
+        .property("ModalitàOperativa", &T::ModalitàOperativa, "operating mode",
+                  TypeName{"ModalitàOperativa"})
+        .property("Provenienza", &T::Provenienza, "source of a movement", TypeName{"Provenienza"})
+        .property("NumeroRegistrazione", &T::NumeroRegistrazione, "registration number")
+        .property("DataRegistrazione", &T::DataRegistrazione, "registration date")
+        .property("NumeroDocumentoOrigine", &T::NumeroDocumentoOrigine,
                   "number of the source document")
-        .property("DescrizioneAggiuntiva", &T::DescrizioneAggiuntiva, {}, {},
-                  "additional description")
-        .property("DataDocumento", &T::DataDocumento, {}, {}, "document date")
-        .property("TipoCF", &T::TipoCF, {}, {}, "customer/supplier kind")
-        .property("CodiceCliFor", &T::CodiceCliFor, {}, {}, "customer/supplier code")
-        .property("TotaleDocumento", &T::TotaleDocumento, {}, {}, "document total")
-        .property("TipoMovimento", &T::TipoMovimento, {}, {}, "movement type")
-        .property("TipoDocumento", &T::TipoDocumento, {}, {}, "document type")
-        .property("Sezionale", &T::Sezionale, {}, {}, "section (ledger series)")
-        .property("Protocollo", &T::Protocollo, {}, {}, "protocol number")
-        .property("FlagDocBis", &T::FlagDocBis, {}, {}, "repeated-number document flag")
-        .property("Sede", &T::Sede, {}, {}, "branch")
-        .property("EsistonoCondizioniPerEsplodere", &T::EsistonoCondizioniPerEsplodere, {}, {},
+        .property("DescrizioneAggiuntiva", &T::DescrizioneAggiuntiva, "additional description")
+        .property("DataDocumento", &T::DataDocumento, "document date")
+        .property("TipoCF", &T::TipoCF, "customer/supplier kind")
+        .property("CodiceCliFor", &T::CodiceCliFor, "customer/supplier code")
+        .property("TotaleDocumento", &T::TotaleDocumento, "document total")
+        .property("TipoMovimento", &T::TipoMovimento, "movement type")
+        .property("TipoDocumento", &T::TipoDocumento, "document type")
+        .property("Sezionale", &T::Sezionale, "section (ledger series)")
+        .property("Protocollo", &T::Protocollo, "protocol number")
+        .property("FlagDocBis", &T::FlagDocBis, "repeated-number document flag")
+        .property("Sede", &T::Sede, "branch")
+        .property("EsistonoCondizioniPerEsplodere", &T::EsistonoCondizioniPerEsplodere,
                   "whether the movement may be expanded")
-        .property("DescrizioneModifiche", &T::DescrizioneModifiche, {}, {},
-                  "description of changes")
-        .property("MovimentoCoinModale", &T::MovimentoCoinModale, {}, {},
+        .property("DescrizioneModifiche", &T::DescrizioneModifiche, "description of changes")
+        .property("MovimentoCoinModale", &T::MovimentoCoinModale,
                   "open the industrial-accounting movement modally")
-        .property("RecordsetCausaliCorrelate", &T::RecordsetCausaliCorrelate, "Recordset", {},
-                  "correlated causal codes for the causal selection")
-        .property("ContoFisso", &T::ContoFisso, {}, {}, "the account may not be changed")
-        .property("Correlazione", &T::Correlazione, "Correlazione", {},
-                  "the correlation being edited")
-        .property("CorrelazioneFissa", &T::CorrelazioneFissa, {}, {},
-                  "the correlation may not be changed")
-        .property("VaiADettaglio", &T::VaiADettaglio, {}, {}, "open directly on the detail")
-        .property("ProviderConto", &T::ProviderConto, {}, {}, "account provider")
-        .property("ProviderCOGE", &T::ProviderCOGE, {}, {}, "general-accounting provider")
-        .property("ProviderCausale", &T::ProviderCausale, {}, {}, "causal-code provider")
-        .property("ConnectField", &T::ConnectField, "Object", kWriteRefOnly,
-                  "the caller's field object, handed on to the launcher")
+        .property("RecordsetCausaliCorrelate", &T::RecordsetCausaliCorrelate,
+                  "correlated causal codes for the causal selection", TypeName{"Recordset"})
+        .property("ContoFisso", &T::ContoFisso, "the account may not be changed")
+        .property("Correlazione", &T::Correlazione, "the correlation being edited",
+                  TypeName{"Correlazione"})
+        .property("CorrelazioneFissa", &T::CorrelazioneFissa, "the correlation may not be changed")
+        .property("VaiADettaglio", &T::VaiADettaglio, "open directly on the detail")
+        .property("ProviderConto", &T::ProviderConto, "account provider")
+        .property("ProviderCOGE", &T::ProviderCOGE, "general-accounting provider")
+        .property("ProviderCausale", &T::ProviderCausale, "causal-code provider")
+        .property("ConnectField", &T::ConnectField,
+                  "the caller's field object, handed on to the launcher", TypeName{"Object"},
+                  kWriteRefOnly)
         .method("TransferData", transferData,
                 {arg("Cancel"), arg("Data"), arg("tsCalledProgram", "tsEnumCalledProgrammiCOAN")},
                 "raises TransferData")
@@ -251,7 +265,7 @@ const ClassInfo& CLSCI_CONNECT::registration() {
                 {arg("CausaleCoInSelezionata")}, "raises its event")
         .method("Teminate", endLinks, "drops the links of this object and of the launcher");
     connect::registerLaunches(b, connect::launchTable());
-    b.method("ChiusuraTracciaRib", connect::closeTrace,
+    b.method("ChiusuraTracciaRib", closeTrace,
              "raises ChiusuraTracciaRibaltamenti, ends the launcher; always False")
         .event("TransferData",
                {eventParam("Cancel", ParamType::Boolean, "Boolean", true),

@@ -127,6 +127,7 @@ struct ContextProperty {
 struct ResolvedLaunch {
   const Launch* row;
   std::vector<ContextProperty> context;
+  std::string_view name = row->name, doc = row->doc;
   std::string_view call() const { return row->call.empty() ? row->name : row->call; }
 };
 
@@ -204,6 +205,11 @@ ResolvedLaunch resolve(const Builder& b, const Launch& row) {
   return resolved;
 }
 
+/// Whether a row takes the arguments `arguments`.
+constexpr auto taking(Arguments arguments) {
+  return [arguments](const ResolvedLaunch& row) { return row.row->arguments == arguments; };
+}
+
 }  // namespace
 
 std::span<const Launch> launchTable() {
@@ -211,51 +217,29 @@ std::span<const Launch> launchTable() {
 }
 
 void registerLaunches(Builder& b, std::span<const Launch> rows) {
-  for (const Launch& row : rows) {
-    ResolvedLaunch resolved = resolve(b, row);
-    std::string name(row.name), doc(row.doc);
-    switch (row.arguments) {
-      case Arguments::None:
-        b.method(
-            name, [resolved](CLSCI_CONNECT& self) { return launch(self, resolved); }, doc);
-        break;
-      case Arguments::Modale:
-        b.method(
-            name,
-            [resolved](CLSCI_CONNECT& self, bool& Modale) {
-              Variant args[] = {Variant(Modale)};
-              bool called = launch(self, resolved, args);
-              ignoringErrors([&] { Modale = toBool(args[0]); });
-              return called;
-            },
-            {opt("Modale", Variant(false))}, doc);
-        break;
-      case Arguments::CodiceCausale:
-        b.method(
-            name,
-            [resolved](CLSCI_CONNECT& self, const Variant& fvarCodiceCausale) {
-              Variant args[] = {fvarCodiceCausale};
-              return launch(self, resolved, args);
-            },
-            {opt("fvarCodiceCausale", Variant(""))}, doc);
-        break;
-    }
-  }
-}
-
-bool closeTrace(CLSCI_CONNECT& self) {
-  auto& state = internal::Access::of(self);
-  auto keepAlive = state.self.lock();
-  ignoringErrors([&] {  // the error trap
-    raise(self, "ChiusuraTracciaRibaltamenti", {});
-    if (auto launcher = state.launcher) {
-      launcher->invoke("ChiudiTracciaRib", {});
-      unlinkSteps(launcher, kTrapped);
-    }
-  });
-  state.launcher.reset();
-  // The result is never set: this method answers False even on success.
-  return false;
+  // The resolved rows live as long as the methods made from them.
+  auto resolved = std::make_shared<std::vector<ResolvedLaunch>>();
+  for (const Launch& row : rows) resolved->push_back(resolve(b, row));
+  b.rows(*resolved, form([resolved](CLSCI_CONNECT& self, const ResolvedLaunch& row) {
+                      return launch(self, row);
+                    }).only(taking(Arguments::None)),
+         form(
+             [resolved](CLSCI_CONNECT& self, const ResolvedLaunch& row, bool& Modale) {
+               Variant args[] = {Variant(Modale)};
+               bool called = launch(self, row, args);
+               ignoringErrors([&] { Modale = toBool(args[0]); });
+               return called;
+             },
+             {opt("Modale", Variant(false))})
+             .only(taking(Arguments::Modale)),
+         form(
+             [resolved](CLSCI_CONNECT& self, const ResolvedLaunch& row,
+                        const Variant& fvarCodiceCausale) {
+               Variant args[] = {fvarCodiceCausale};
+               return launch(self, row, args);
+             },
+             {opt("fvarCodiceCausale", Variant(""))})
+             .only(taking(Arguments::CodiceCausale)));
 }
 
 }  // namespace brelvane::connect

@@ -66,11 +66,4 @@ void unlinkSteps(const std::shared_ptr<Dispatch>& launcher, Run&& run) {
   run([&] { required(launcher).invoke("Terminate", {}); });
 }
 
-/// ChiusuraTracciaRib: raises ChiusuraTracciaRibaltamenti, then closes the
-/// trace and ends the launcher; always False.
-bool closeTrace(CLSCI_CONNECT& self);
-
-/// Raises an event to every connected sink, in order of connection.
-void raise(CLSCI_CONNECT& self, std::string_view event, std::span<Variant> args);
-
 }  // namespace brelvane::connect

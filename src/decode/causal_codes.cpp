@@ -60,24 +60,16 @@ void causalDecode(Frame& f, const CausalDecoder& row, int16_t mask,
 }  // namespace
 
 void registerCausalCodes(Builder& b) {
-  for (const CausalDecoder& row : kCausalDecoders) {
-    if (row.byMovement)
-      b.method(
-          std::string(row.name),
-          member([&row](Frame& f, int16_t fintMaskTipoMovimentazione,
+  b.rows(kCausalDecoders,
+         form(member([](Frame& f, const CausalDecoder& row,
                         const std::shared_ptr<Dispatch>& TextEdit, const Variant& CodiceCausale) {
-            causalDecode(f, row, fintMaskTipoMovimentazione, TextEdit, CodiceCausale);
-          }),
-          {arg("fintMaskTipoMovimentazione"), arg("TextEdit"), arg("CodiceCausale")},
-          std::string(row.doc));
-    else
-      b.method(std::string(row.name),
-               member([&row](Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
-                             const Variant& CodiceCausale) {
-                 causalDecode(f, row, 0, TextEdit, CodiceCausale);
-               }),
-               {arg("TextEdit"), arg("CodiceCausale")}, std::string(row.doc));
-  }
+                causalDecode(f, row, 0, TextEdit, CodiceCausale);
+              }),
+              {arg("TextEdit"), arg("CodiceCausale")})
+             .only([](const CausalDecoder& row) { return !row.byMovement; }),
+         form(member(causalDecode),
+              {arg("fintMaskTipoMovimentazione"), arg("TextEdit"), arg("CodiceCausale")})
+             .only([](const CausalDecoder& row) { return row.byMovement; }));
 }
 
 }  // namespace brelvane::decode

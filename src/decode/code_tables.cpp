@@ -58,11 +58,9 @@ void indicatorDecode(Frame& f, const IndicatorDecoder& row,
 }  // namespace
 
 void registerCodeTables(Builder& b) {
-  for (const IndicatorDecoder& row : kIndicatorDecoders)
-    b.method(std::string(row.name),
-             member([&row](Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
-                           const Variant& code) { indicatorDecode(f, row, TextEdit, code); }),
-             {arg("TextEdit"), arg(std::string(row.argument))}, std::string(row.doc));
+  b.rows(kIndicatorDecoders, form(member(indicatorDecode), [](const IndicatorDecoder& row) {
+           return std::vector{arg("TextEdit"), arg(std::string(row.argument))};
+         }));
 }
 
 }  // namespace brelvane::decode

@@ -125,21 +125,9 @@ void causalHeaderField(Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
 }  // namespace
 
 void registerProviders(Builder& b) {
-  for (const ProviderTable& table : kProviderTables)
-    b.method(std::string(table.name),
-             member([&table](Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
-                             int16_t fintCodiceProvider) {
-               providerDecode(f, table, TextEdit, fintCodiceProvider);
-             }),
-             {arg("TextEdit"), arg("fintCodiceProvider")}, std::string(table.doc));
-  for (const HeaderFieldDecoder& row : kHeaderFieldDecoders)
-    b.method(std::string(row.name),
-             member([&row](Frame& f, const std::shared_ptr<Dispatch>& TextEdit,
-                           int16_t fintCodiceCampo, int16_t fintTipoCoin) {
-               headerFieldDecode(f, row, TextEdit, fintCodiceCampo, fintTipoCoin);
-             }),
-             {arg("TextEdit"), arg("fintCodiceCampo"), opt("fintTipoCoin", Variant(int16_t{1}))},
-             std::string(row.doc));
+  b.rows(kProviderTables, member(providerDecode), {arg("TextEdit"), arg("fintCodiceProvider")})
+      .rows(kHeaderFieldDecoders, member(headerFieldDecode),
+            {arg("TextEdit"), arg("fintCodiceCampo"), opt("fintTipoCoin", Variant(int16_t{1}))});
   b.method("CampoProviderTestataCausale", member(causalHeaderField),
            {arg("TextEdit"), arg("fintCodiceCampo")}, "provider header field for causal codes");
 }

@@ -72,11 +72,7 @@ void expressions(Frame& f) {
 }  // namespace
 
 void registerAllocations(Builder& b) {
-  for (const CompanyMaster& row : kCompanyMasters)
-    b.method(std::string(row.name), member([&row](Frame& f, int32_t flngCodiceDitta) {
-               companyMaster(f, row, flngCodiceDitta);
-             }),
-             {arg("flngCodiceDitta")}, std::string(row.doc));
+  b.rows(kCompanyMasters, member(companyMaster), {arg("flngCodiceDitta")});
   b.method("Espressioni", member(expressions), "expressions, with the sign of their movements");
 }
 

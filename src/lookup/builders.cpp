@@ -141,7 +141,7 @@ void CaseIndStaPer(SqlText& sql, const HostAccess& host) {
   appendCaseFragment(sql, host,
                      {.open = {"       CASE CI04_INDSTAPER     "},
                       .form = kValueForm11,
-                      .branches = {{0, 55020}, {1, 44336}},
+                      .branches = kIndStaPer,
                       .otherwise = {},
                       .close = {"       END AS CI04_INDSTAPER   "}});
 }

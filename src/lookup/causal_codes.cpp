@@ -58,7 +58,7 @@ void standardColumns(SqlText& sql, const HostAccess& host) {
   causalCase(sql, host, "CI03_INDPROVCOSTO", kFormA, {{0, 17354}, {1, 17683}}, Else::Empty);
   causalCase(sql, host, "CI03_INDTIPOMOVDATI", kFormA, kMovementTypes, Else::None);
   sql.line("   ,   CI03_CODCAUSCOLL , CI03_MODELLO_CI04");
-  causalCase(sql, host, "CI03_INDSTAPER_CI04", kFormA8, {{0, 55020}, {1, 44336}}, Else::None);
+  causalCase(sql, host, "CI03_INDSTAPER_CI04", kFormA8, kIndStaPer, Else::None);
   causalCase(sql, host, "CI03_FLGCOSTOMANOD", kFormA, kYesNo, Else::None);
   causalCase(sql, host, "CI03_FLGNUMAUTOM", kFormA, kYesNo, Else::Empty);
   causalCase(sql, host, "CI03_FLGAUTOMATICO", kFormA, kYesNo, Else::None);

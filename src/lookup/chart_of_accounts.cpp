@@ -329,8 +329,7 @@ void correlatedClasses(Frame& f, const Variant& CodicePdC) {
 /// AnagraficaPianoDeiConti: the accounts of one chart, laid out by the
 /// chart's kind, read over Connessione first.
 void chartAccounts(Frame& f, const Variant& CodicePdC) {
-  f.languageCode() = Variant("ITA ");
-  if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
+  f.takeLanguage("ITA ");
   // A Null chart code reads as chart 0, which lists nothing.
   const std::string chartCode = f.numericCode(CodicePdC);
   SqlText sql = f.text();

@@ -122,9 +122,7 @@ void costNatures(Frame& f) {
 
 void registerCodeTables(Builder& b) {
   b.method("NatureCosti", member(costNatures), "cost natures");
-  for (const IndicatorLookup& row : kIndicatorLookups)
-    b.method(std::string(row.name), member([&row](Frame& f) { indicatorLookup(f, row); }),
-             std::string(row.doc));
+  b.rows(kIndicatorLookups, member(indicatorLookup));
 }
 
 }  // namespace brelvane::lookup

@@ -149,8 +149,7 @@ constexpr std::initializer_list<std::string_view> kHeaderKey{
 /// of type, account, project, subproject, job order and sub-job order.
 void sheetHeaders(Frame& f, const HeaderLookup& lookup, int32_t flngCodiceDitta,
                   std::string_view type) {
-  f.languageCode() = Variant("ITA");
-  if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
+  f.takeLanguage("ITA");
   f.columns({"Tipo", "Descr. tipo", "Conto", "Descr. conto", "Progetto", "Descr. progetto",
              "S.progetto", "Descr s.progetto", "Commessa", "Descr. commessa", "S.commessa",
              "Descr. s.commessa"});
@@ -293,9 +292,7 @@ void sheetMonths(Frame& f, int32_t flngCodiceDitta, const std::string& fstrTipoS
 }  // namespace
 
 void registerCostSheets(Builder& b) {
-  for (const SheetTypeLookup& row : kSheetTypeLookups)
-    b.method(std::string(row.name), member([&row](Frame& f) { sheetTypes(f, row); }),
-             std::string(row.doc));
+  b.rows(kSheetTypeLookups, member(sheetTypes));
   b.method("AnagraficaSchedeCostiPerAutomatiche", member(sheetTypesForAutomatic),
            "cost sheet types with none of the structure tokens")
       .method("IntestazioniSchedeCosti", member([](Frame& f, int32_t flngCodiceDitta) {

@@ -13,8 +13,7 @@ namespace {
 /// code set here is not used by this SQL; it stays in the instance for
 /// later lookups that substitute <LINGUA>.
 void sections(Frame& f, int32_t) {
-  f.languageCode() = Variant("ITA ");
-  if (f.host.hasHost()) f.languageCode() = f.host.languageCode();
+  f.takeLanguage("ITA ");
   f.columns({"Codice", "Descrizione"});
   SqlText sql = f.text(512);
   sql.line(" SELECT    CG68_SEZIONALE               ");

@@ -2,6 +2,7 @@
 // the saved movement filters of an allocation, the production orders that
 // industrial accounting recorded, and the kinds of order-recording movement.
 #include "compose/case_column.h"
+#include "compose/indicators.h"
 #include "lookup/families.h"
 
 namespace brelvane::lookup {
@@ -138,7 +139,7 @@ void orderMovementKinds(Frame& f) {
   appendCase(sql, f.host,
              {.open = {"  , CASE CI90_VALORE                       "},
               .form = {.when = "      WHEN ", .then = " THEN '", .width = 2},
-              .branches = {{1, 84604}, {2, 50787}, {3, 74809}},
+              .branches = kOrderMovementKinds.labels,
               .otherwise = {"      ELSE  CI90_DESCRIZIONE         "},
               .close = {"    END                              ",
                         "   AS    CI90_DESCRIZIONE            "}});
@@ -153,11 +154,7 @@ void orderMovementKinds(Frame& f) {
 }  // namespace
 
 void registerProcessingRuns(Builder& b) {
-  for (const CompanyRuns& row : kCompanyRuns)
-    b.method(std::string(row.name), member([&row](Frame& f, int32_t flngCodiceDitta) {
-               companyRuns(f, row, flngCodiceDitta);
-             }),
-             {arg("flngCodiceDitta")}, std::string(row.doc));
+  b.rows(kCompanyRuns, member(companyRuns), {arg("flngCodiceDitta")});
   b.method("FiltriMovPerRibaltamenti", member(movementFilters),
            {arg("flngDitta"), arg("fstrRibaltamento")}, "saved movement filters of an allocation")
       .method("OrdiniLavorazioneRilevati", member(recordedOrders), {arg("flngCodiceDitta")},

@@ -77,19 +77,18 @@ void proposals(Frame& f, const ProposalLookup& row, Variant company, int16_t pro
 }  // namespace
 
 void registerProposals(Builder& b) {
-  for (const ProposalLookup& row : kProposalLookups) {
-    b.method(std::string(row.name),
-             member([&row](Frame& f, int16_t fintCodiceDitta, int16_t fintCodiceProvider) {
-               proposals(f, row, Variant(fintCodiceDitta), fintCodiceProvider);
-             }),
-             {arg("fintCodiceDitta"), arg("fintCodiceProvider")}, std::string(row.doc));
-    b.method(std::string(row.name) + "2",
-             member([&row](Frame& f, int32_t flngCodiceDitta, int16_t fintCodiceProvider) {
-               proposals(f, row, Variant(flngCodiceDitta), fintCodiceProvider);
-             }),
-             {arg("flngCodiceDitta"), arg("fintCodiceProvider")},
-             std::string(row.doc) + ", 32-bit company code");
-  }
+  b.rows(kProposalLookups,
+         form(member([](Frame& f, const ProposalLookup& row, int16_t fintCodiceDitta,
+                        int16_t fintCodiceProvider) {
+                proposals(f, row, Variant(fintCodiceDitta), fintCodiceProvider);
+              }),
+              {arg("fintCodiceDitta"), arg("fintCodiceProvider")}),
+         form(member([](Frame& f, const ProposalLookup& row, int32_t flngCodiceDitta,
+                        int16_t fintCodiceProvider) {
+                proposals(f, row, Variant(flngCodiceDitta), fintCodiceProvider);
+              }),
+              {arg("flngCodiceDitta"), arg("fintCodiceProvider")})
+             .suffixed("2", ", 32-bit company code"));
 }
 
 }  // namespace brelvane::lookup

@@ -128,14 +128,9 @@ void causalHeaderFields(Frame& f) {
 }  // namespace
 
 void registerProviders(Builder& b) {
-  for (const ProviderLookup& row : kProviderLookups)
-    b.method(std::string(row.name), member([&row](Frame& f) { providerLookup(f, row); }),
-             std::string(row.doc));
-  for (const HeaderFieldLookup& row : kHeaderFieldLookups)
-    b.method(std::string(row.name), member([&row](Frame& f, int16_t fintTipoCoin) {
-               headerFieldLookup(f, row, fintTipoCoin);
-             }),
-             {opt("fintTipoCoin", Variant(int16_t{1}))}, std::string(row.doc));
+  b.rows(kProviderLookups, member(providerLookup))
+      .rows(kHeaderFieldLookups, member(headerFieldLookup),
+            {opt("fintTipoCoin", Variant(int16_t{1}))});
   b.method("CampiTestataProvidersCausale", member(causalHeaderFields),
            "provider header fields for causal codes");
 }
