@@ -13,6 +13,7 @@
 #include "brelvane/automation/factory.h"
 #include "brelvane/host/host.h"
 #include "brelvane/host/utility.h"
+#include "compose/access.h"
 
 namespace brelvane {
 
@@ -87,6 +88,23 @@ class HostAccess {
 std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept;
 /// Releases the utility object (errors ignored) and lets it go.
 void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept;
+
+/// The life of an instance, the same for the three classes. On creation it
+/// makes its own utility object.
+template <class Object>
+void beginInstance(Object& object, ObjectFactory& factory) noexcept {
+  internal::Access::of(object).utility = createUtility(factory);
+}
+/// On release it releases its utility object, runs `andThen` (what the
+/// class has more to end), then lets go of every object it borrowed,
+/// in the order given.
+template <class Object, class AndThen, class... Borrowed>
+void endInstance(Object& object, AndThen andThen,
+                 std::shared_ptr<Borrowed> Object::*... borrowed) noexcept {
+  releaseUtility(internal::Access::of(object).utility);
+  andThen();
+  ((object.*borrowed).reset(), ...);
+}
 
 /// The array `target` holds, given `bounds`; a target that holds no array
 /// is made one. The array keeps its storage, so an output rewritten with the

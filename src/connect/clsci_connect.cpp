@@ -16,14 +16,15 @@ namespace {
 
 /// The release sequence, run when the caller's last reference goes.
 void release(CLSCI_CONNECT& self) noexcept {
+  using T = CLSCI_CONNECT;
   auto& state = internal::Access::of(self);
-  releaseUtility(state.utility);
-  self.Correlazione.reset();
-  if (auto launcher = std::exchange(state.launcher, nullptr))
-    ignoringErrors([&] { launcher->putRef("ActiveInterface", Variant::nothing()); });
-  self.ConnectField.reset();
-  self.RecordsetCausaliCorrelate.reset();
-  self.ActiveInterface.reset();
+  endInstance(
+      self,
+      [&] {
+        if (auto launcher = std::exchange(state.launcher, nullptr))
+          ignoringErrors([&] { launcher->putRef("ActiveInterface", Variant::nothing()); });
+      },
+      &T::Correlazione, &T::ConnectField, &T::RecordsetCausaliCorrelate, &T::ActiveInterface);
   // No event can reach a caller that has let go.
   state.sinks.clear();
 }
@@ -46,7 +47,7 @@ std::shared_ptr<CLSCI_CONNECT> CLSCI_CONNECT::create(ObjectFactory& factory) {
 
 CLSCI_CONNECT::CLSCI_CONNECT(Key, ObjectFactory& factory) {
   private_.factory = &factory;
-  private_.utility = createUtility(factory);
+  beginInstance(*this, factory);
 }
 
 // ---- Events ------------------------------------------------------------------

@@ -7,13 +7,12 @@
 namespace brelvane {
 
 CLSCI_DECODE::CLSCI_DECODE(ObjectFactory& factory) {
-  private_.utility = createUtility(factory);
+  beginInstance(*this, factory);
 }
 
 CLSCI_DECODE::~CLSCI_DECODE() {
-  releaseUtility(private_.utility);
-  ActiveInterface.reset();
-  Connessione.reset();
+  endInstance(
+      *this, [] {}, &CLSCI_DECODE::ActiveInterface, &CLSCI_DECODE::Connessione);
 }
 
 const ClassInfo& CLSCI_DECODE::registration() {

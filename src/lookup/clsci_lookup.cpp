@@ -7,11 +7,12 @@
 namespace brelvane {
 
 CLSCI_LOOKUP::CLSCI_LOOKUP(ObjectFactory& factory) {
-  private_.utility = createUtility(factory);
+  beginInstance(*this, factory);
 }
 
 CLSCI_LOOKUP::~CLSCI_LOOKUP() {
-  releaseUtility(private_.utility);
+  endInstance(
+      *this, [] {}, &CLSCI_LOOKUP::ActiveInterface, &CLSCI_LOOKUP::Connessione);
 }
 
 const ClassInfo& CLSCI_LOOKUP::registration() {

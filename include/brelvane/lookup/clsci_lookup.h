@@ -36,6 +36,7 @@ class BRELVANE_API CLSCI_LOOKUP final : public Dispatch {
   /// Creates the instance's utility object through `factory`; creation
   /// errors are ignored (later lookups then fail and leave Str_Sql "").
   explicit CLSCI_LOOKUP(ObjectFactory& factory);
+  /// Releases the utility object, then lets go of the host's objects.
   ~CLSCI_LOOKUP() override;
   CLSCI_LOOKUP(const CLSCI_LOOKUP&) = delete;
   CLSCI_LOOKUP& operator=(const CLSCI_LOOKUP&) = delete;
