@@ -21,10 +21,11 @@ void release(CLSCI_CONNECT& self) noexcept {
   endInstance(
       self,
       [&] {
+        self.Correlazione.reset();  // before the launcher is let go
         if (auto launcher = std::exchange(state.launcher, nullptr))
           ignoringErrors([&] { launcher->putRef("ActiveInterface", Variant::nothing()); });
       },
-      &T::Correlazione, &T::ConnectField, &T::RecordsetCausaliCorrelate, &T::ActiveInterface);
+      &T::ConnectField, &T::RecordsetCausaliCorrelate, &T::ActiveInterface);
   // No event can reach a caller that has let go.
   state.sinks.clear();
 }
