@@ -1,10 +1,10 @@
-#include "brelvane/diagnostics.h"
+#include "compose/guard.h"
 
 #include <exception>
 #include <mutex>
 
 #include "brelvane/automation/error.h"
-#include "compose/guard.h"
+#include "brelvane/diagnostics.h"
 
 namespace brelvane {
 
