@@ -77,5 +77,7 @@ scripts/deps.sh
 if (($#)); then steps=("$@"); fi
 for step in "${steps[@]}"; do
   echo "== ${step}"
+  started=$SECONDS
   "step_${step}"
+  echo "== ${step}: $((SECONDS - started)) s"
 done
