@@ -233,6 +233,25 @@ TEST(ConnectLaunch, AFailureEndsTheMethodWithTheResultReachedSoFar) {
   EXPECT_TRUE(fresh.take().empty());
 }
 
+TEST(ConnectLaunch, TheTraceMethodsPassModaleByReferenceAndCloseAlwaysAnswersFalse) {
+  Harness h(R"({"Tormesk.CLSCI_CONNECT": {"sets": {"ApriTracciaRib": [true]}}})");
+  h.advise();
+  std::vector<Variant> modale{Variant(false)};
+  EXPECT_TRUE(toBool(h.cn->invoke("ApriTracciaRibaltamenti", modale)));
+  EXPECT_EQ(modale[0], Variant(true));
+  EXPECT_TRUE(h.call("VisualizzaTracciaRib"));
+  std::string context = "Put NumeroRegistrazione=''; Put ProgRiga=''; Put TipoTraccia=0; ";
+  EXPECT_EQ(h.take(), of(kT1, "Create; PutRef Plookup=cn; PutRef ActiveInterface=host; " + context +
+                                  "Call ApriTracciaRib(False); " + context +
+                                  "Call VisualizzaTracciaRib()"));  // no ConnectField
+
+  EXPECT_FALSE(h.call("ChiusuraTracciaRib"));
+  EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()") +
+                          of(kT1, "Call ChiudiTracciaRib()") + unlinking(kT1) + of(kT1, "Release"));
+  EXPECT_FALSE(h.call("ChiusuraTracciaRib"));  // without a launcher: the event alone
+  EXPECT_EQ(h.take(), of("ev", "Event ChiusuraTracciaRibaltamenti()"));
+}
+
 TEST(ConnectEvents, HandlersAnswerTheLauncherThroughByReferenceArguments) {
   Harness h(R"({"Quillane.CLSCI_CONNECT": {"on": {"ExecCausaliCOIN": [
       {"call": "TransferData", "args": [false, "C01", 8]},

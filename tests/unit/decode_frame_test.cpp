@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "brelvane/decode/clsci_decode.h"
-#include "brelvane/lookup/clsci_lookup.h"
 #include "fixture.h"
 
 namespace brelvane::testing {
@@ -51,6 +50,36 @@ const std::string kDisabledAfter = lines(
      "         WHERE   PC17_DITTA_CG18 = 5", "         AND     PC17_PDC_PC01 = PC03_CODICE_PC01",
      "         AND     PC17_CONTO_PC03 = PC03_CONTO", "         AND     PC17_FLGDISATT = 1",
      "         AND     PC17_DATADISATT <= '20261122'", "     )"});
+
+TEST_F(DecodeTest, NaturaCostoReadsTheDescriptionOfTheCompany) {
+  dc->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"Code", 5}}}});
+  call(*dc, "NaturaCosto", {edit, Variant::null()});
+  expectDescriptor("PC04_DESCR");
+  EXPECT_EQ(
+      unpadded(dc->Str_Sql),
+      lines({" SELECT (SELECT PC04_DESCR FROM FNPC04_NATURECOSTI(PC04_CODICE,5)) AS PC04_DESCR",
+             " FROM   PC04_NATURECOSTI      WITH(NOLOCK)", " WHERE  PC04_CODICE = 0"}));
+}
+
+TEST_F(DecodeTest, ProviderContiBindsTheContextBeforeAskingForTheColumn) {
+  call(*dc, "ProviderConti", {edit, 12});
+  expectDescriptor("CI07_DESCRIZIONE");
+  EXPECT_EQ(
+      unpadded(dc->Str_Sql),
+      " SELECT\r\n        CI07_DESCRIZIONE FROM    CI07_PROVCONTO\r\n WHERE   CI07_PROVIDER = 12");
+  EXPECT_EQ(world.ops("utility#1"), (std::vector<std::string>{"Create", "Initialise", "BindContext",
+                                                              "ProviderAccountColumn"}));
+}
+
+TEST_F(DecodeTest, AnAccountWithoutConnectionTriesBothChartsInTheDefaultLanguage) {
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A'1"});
+  expectDescriptor("PC03_DESCR");
+  EXPECT_EQ(unpadded(dc->Str_Sql), lines({" SELECT   ISNULL ((SELECT PC03_DESCR FROM "
+                                          "FNPC03_ANAGPDC_COAN(3, 'A'1', NULL, 'ITA ' )),",
+                                          "                  (SELECT PC03_DESCR FROM "
+                                          "FNPC03_ANAGPDC_COGE(3, 'A'1', NULL, 'ITA ' ))",
+                                          "                 ) AS PC03_DESCR"}));
+}
 
 TEST_F(DecodeTest, AnUnknownChartGivesAQueryWithoutRows) {
   dc->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"LanguageCode", "ENG"}}}});
@@ -105,6 +134,25 @@ TEST_F(DecodeTest, AnIndustrialChartOpensTheFilterItselfWhenNoTypeIsRestricted) 
   EXPECT_EQ(executed().size(), 3u);
 }
 
+TEST_F(DecodeTest, OtherChartKindsIgnoreTheCausalCode) {
+  dc->ActiveInterface =
+      world.host({{"kind", "host"}, {"company", {{"Code", 5}, {"LanguageCode", "ITA"}}}});
+  dc->Causale = "C7";
+  dc->Segno = 1;
+  dc->DataValiditaConti = Date{2026, 11, 22};
+  connect(2);
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
+  EXPECT_EQ(
+      unpadded(dc->Str_Sql),
+      "SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(3, 'A1', NULL, 'ITA')\r\n WHERE NOT EXISTS\r\n" +
+          kDisabledAfter);
+  connect(4);
+  call(*dc, "AnagraficaPianoDeiConti", {edit, 3, "A1"});
+  EXPECT_EQ(dc->Str_Sql, "SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COGE(3, 'A1', NULL, 'ITA') \r\n");
+  for (const auto& e : executed())
+    EXPECT_EQ(e["sql"].get<std::string>().find("CI11"), std::string::npos);
+}
+
 TEST_F(DecodeTest, FailuresEmptyTheQueryAndKeepTheDescriptorReached) {
   dc->ActiveInterface =
       world.host({{"kind", "host"}, {"company", {{"Code", 5}}}, {"fail", {"LanguageCode"}}});
@@ -130,7 +178,7 @@ TEST_F(DecodeTest, FailuresEmptyTheQueryAndKeepTheDescriptorReached) {
             "PC03_TIPOCONTOCI IN (1)");
 }
 
-TEST(Lifecycle, TheUtilityObjectLivesAsLongAsTheInstanceAndMayBeMissing) {
+TEST(DecodeLifecycle, TheUtilityObjectLivesAsLongAsTheInstance) {
   World world;
   call(*world.create<CLSCI_DECODE>(), "NaturaCosto",
        {Variant::nothing(), 1});  // no host: fails quietly
@@ -141,12 +189,6 @@ TEST(Lifecycle, TheUtilityObjectLivesAsLongAsTheInstanceAndMayBeMissing) {
   ASSERT_NE(dc, nullptr);
   EXPECT_EQ(dc->Segno, 0);
   EXPECT_TRUE(dc->DataValiditaConti.isNull());
-
-  World noUtility(Json{{"fail", {"Create"}}});
-  auto lk = noUtility.create<CLSCI_LOOKUP>();
-  lk->ActiveInterface = noUtility.host();
-  call(*lk, "NatureCosti");  // ValueOrDefault has no utility to run on
-  EXPECT_EQ(lk->Str_Sql, "");
 }
 
 }  // namespace

@@ -27,6 +27,23 @@ struct CausalLookup : ::testing::Test {
   }
 };
 
+TEST_F(CausalLookup, LayoutFollowsCompanyMode) {
+  useHost({{"Code", 7}, {"CompanyMode", 2}});
+  call(*lookup, "CausaliContabilitàIndustriale");
+  EXPECT_EQ(captions(lookup->Arr_Fields).size(), 21u);
+  EXPECT_EQ(selectColumns(), 21u);
+  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PSCauCont"));
+  for (Json mode : {Json(1), Json(nullptr), Json("2x")}) {
+    useHost({{"Code", 5}, {"CompanyMode", mode}});
+    call(*lookup, "CausaliContabilitàIndustriale");
+    EXPECT_EQ(captions(lookup->Arr_Fields).size(), 12u) << mode;
+    EXPECT_EQ(selectColumns(), 12u);
+    EXPECT_EQ(captions(lookup->Arr_Fields)[3], "Tipo proposta costo");
+    EXPECT_EQ(lookup->IDLookup, Variant("Lkp_CauCont"));
+    EXPECT_EQ(lookup->Str_Sql.find("OUTER APPLY"), std::string::npos);
+  }
+}
+
 struct MaskCase {
   int16_t mask;
   std::string values;  ///< "" when nothing is selected
@@ -65,6 +82,24 @@ TEST_F(CausalLookup, MaskSelectsMovementTypes) {
         << c.mask;
     EXPECT_EQ(lookup->Str_Caption, c.values.empty() ? "Msg'74787" : "Msg'74788 " + names);
   }
+}
+
+TEST_F(CausalLookup, WithoutActiveInterfaceOnlyStrSqlIsEmptied) {
+  useHost({{"CompanyMode", 1}});
+  call(*lookup, "CausaliContabilitàIndustriale");
+  const Variant fields = lookup->Arr_Fields;
+  lookup->ActiveInterface = nullptr;
+  world.log.clear();
+  call(*lookup, "CausaliContabilitàIndustriale");
+  EXPECT_EQ(lookup->Str_Sql, "");
+  call(*lookup, "CausaliPerTipoMovimentazione", {15});
+  EXPECT_EQ(lookup->Str_Sql, "");
+  call(*lookup, "CausaliPerTipoMovimentazioneANumerazioneAutomatica", {15});
+  EXPECT_EQ(lookup->Str_Sql, "");
+  EXPECT_EQ(lookup->Arr_Fields, fields);
+  EXPECT_EQ(lookup->Str_Caption, "Msg'74726");
+  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_CauCont"));
+  EXPECT_TRUE(world.log.entries().empty());
 }
 
 TEST_F(CausalLookup, FailuresEmptyStrSqlAndKeepWhatWasWritten) {

@@ -63,6 +63,23 @@ TEST_F(ChartLookup, IntermediPDCCoGe2OnlyEmptiesStrSql) {
 
 // ---- AnagraficaPianoDeiConti ----
 
+TEST_F(ChartLookup, AccountsWithoutConnectionUseTheGeneralLayout) {
+  lookup->Str_Caption = "kept";
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{4})});  // no host either
+  EXPECT_EQ(captions(lookup->Arr_Fields), (std::vector<std::string>{"Conto", "Descrizione"}));
+  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_AnagraficaPdC"));
+  EXPECT_EQ(lookup->Str_Caption, "kept");
+  EXPECT_TRUE(has("FNPC03_ANAGPDC_COAN(PC03_CODICE_PC01 ,PC03_CONTO, NULL, 'ITA ' )),"));
+  EXPECT_TRUE(has("FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, 'ITA ' ))"));
+  EXPECT_TRUE(has(" WHERE    PC03_CODICE_PC01 = 4\r\n ORDER BY PC03_CONTO\r\n"));
+
+  useHost({{"LanguageCode", "ENG"}});
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant::null()});
+  EXPECT_FALSE(has("<LINGUA>") || has("'ITA '"));
+  EXPECT_TRUE(has("NULL, 'ENG' )),") && has("NULL, 'ENG' ))\r\n"));
+  EXPECT_TRUE(has(" WHERE    PC03_CODICE_PC01 = 0\r\n"));
+}
+
 TEST_F(ChartLookup, AccountsReadTheChartKindFirst) {
   useHost({{"LanguageCode", "ITA"}});
   useChartOfKind(4);
@@ -77,6 +94,54 @@ TEST_F(ChartLookup, AccountsReadTheChartKindFirst) {
                    " WHERE   PC01_CODICE = 9"}));
   EXPECT_EQ((*query)["options"], -1);
   EXPECT_EQ(lookup->IDLookup, Variant("Lkp_COINPDCRICL"));
+}
+
+TEST_F(ChartLookup, AccountsOfAnUnknownChartOrKind) {
+  useHost({{"LanguageCode", "ITA"}});
+  lookup->IDLookup = Variant("Lkp_Before");
+  useChartOfKind(std::nullopt);  // not in the register
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{9})});
+  EXPECT_EQ(lookup->Str_Sql, "SELECT * FROM PC03_ANAGPDC WITH(NOLOCK) WHERE 1 = 2");
+  EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
+  EXPECT_EQ(lookup->IDLookup, Variant("Lkp_Before"));
+
+  // A kind without a layout composes nothing and keeps the other outputs.
+  for (Json kind : {Json(0), Json(7), Json(-3), Json(nullptr)}) {
+    useChartOfKind(kind);
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{9})});
+    EXPECT_EQ(lookup->Str_Sql, "") << kind;
+    EXPECT_TRUE(lookup->Arr_Fields.isEmpty());
+    EXPECT_EQ(lookup->IDLookup, Variant("Lkp_Before"));
+  }
+}
+
+TEST_F(ChartLookup, ReclassificationChartsUseTheirBuildersInOrder) {
+  for (int kind = 3; kind <= 6; ++kind) {
+    lookup->ActiveInterface = nullptr;
+    useChartOfKind(kind);
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{2})});
+    EXPECT_TRUE(has("FNPC03_ANAGPDC_COGE(PC03_CODICE_PC01, PC03_CONTO, NULL, 'ITA ')) AS"));
+    EXPECT_FALSE(has("CASE"));  // no host: every builder yields ""
+    EXPECT_EQ(captions(lookup->Arr_Fields).size(), 7u);
+
+    useHost({{"LanguageCode", "DEU"}, {"CompanyMode", 2}});
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{2})});
+    EXPECT_TRUE(has("NULL, 'DEU')) AS PC03_DESCR"));
+    size_t last = 0;
+    for (std::string_view column :
+         {"CASE  PC03_TIPOCONTORICL", "CASE PC03_INDFONTIUSI", "CASE PC03_INDSEGNO",
+          "CASE PC03_FLGVISTOTMAS", "CASE PC03_FLGPARTINFRA", " FROM      PC03_ANAGPDC"}) {
+      size_t at = lookup->Str_Sql.find(column);
+      ASSERT_NE(at, std::string::npos) << column;
+      EXPECT_GT(at, last) << column;
+      last = at;
+    }
+    EXPECT_EQ(selectColumns(), 7u);
+    EXPECT_FALSE(has("PC17_STATIPDC"));  // statuses are not shown for these charts
+    EXPECT_TRUE(unpadded(lookup->Str_Sql)
+                    .ends_with(" WHERE     PC03_CODICE_PC01 = 2\r\n ORDER BY  PC03_CONTO\r\n"));
+    EXPECT_EQ(lookup->IDLookup, Variant("Lkp_COINPDCRICL"));
+  }
 }
 
 struct StatusCase {
@@ -130,6 +195,19 @@ TEST_F(ChartLookup, IndustrialAndSpendingChartsFollowTheStatusGate) {
       }
     }
   }
+}
+
+TEST_F(ChartLookup, AccountFailuresEmptyStrSql) {
+  useHost({{"LanguageCode", "ITA"}});
+  useChartOfKind(4, Json::array({"Execute:PC01_DESCRPDC"}));
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{1})});
+  EXPECT_EQ(lookup->Str_Sql, "");
+
+  useHost(Json::object(), Json::array({"LanguageCode"}));
+  lookup->Connessione = nullptr;
+  call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{1})});
+  EXPECT_EQ(lookup->Str_Sql, "");
+  EXPECT_TRUE(lookup->Arr_Fields.isEmpty());  // failed before any layout
 }
 
 }  // namespace
