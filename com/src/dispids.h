@@ -1,0 +1,20 @@
+#pragma once
+// The checked-in table of dispatch identifiers (dispids.cpp).
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <span>
+#include <string_view>
+
+namespace brelvane::com {
+
+struct DispIdRow {
+  std::string_view owner;   ///< the class ("CLSCI_LOOKUP") or event interface ("__CLSCI_CONNECT")
+  std::string_view member;  ///< as the registry spells it
+  DISPID id;
+};
+
+std::span<const DispIdRow> dispIdRows();
+
+}  // namespace brelvane::com
