@@ -208,6 +208,8 @@ constexpr DispIdRow kRows[] = {
 };
 }  // namespace
 
-std::span<const DispIdRow> dispIdRows() { return kRows; }
+std::span<const DispIdRow> dispIdRows() {
+  return kRows;
+}
 
 }  // namespace brelvane::com

@@ -2,6 +2,7 @@
 // The checked-in table of dispatch identifiers (dispids.cpp).
 
 #include <windows.h>
+
 #include <oaidl.h>
 
 #include <span>

@@ -30,7 +30,7 @@ struct ClassIdentity {
   std::string_view progId;  ///< as the core registers it ("Brelvane.CLSCI_LOOKUP")
   std::wstring_view name;   ///< the coclass name ("CLSCI_LOOKUP")
   GUID clsid;
-  GUID iid;                 ///< its dispatch interface ("_CLSCI_LOOKUP")
+  GUID iid;  ///< its dispatch interface ("_CLSCI_LOOKUP")
   bool hasEvents;
 };
 

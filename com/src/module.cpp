@@ -1,11 +1,11 @@
-// The DLL's entry points for the platform: the class objects and the unload
-// check. Registration lives in registration.cpp.
+// The state of the server module, shared by every object it creates.
 #include "module.h"
 
 #include <atomic>
 
+#include "adapters.h"
 #include "brelvane/brelvane.h"
-#include "class_factory.h"
+#include "text.h"
 
 namespace brelvane::com {
 
@@ -14,30 +14,50 @@ HINSTANCE instance = nullptr;
 std::atomic<long> objects{0}, locks{0};
 }  // namespace
 
-HINSTANCE moduleInstance() { return instance; }
-void setModuleInstance(HINSTANCE module) { instance = module; }
+HINSTANCE moduleInstance() {
+  return instance;
+}
+void setModuleInstance(HINSTANCE module) {
+  instance = module;
+}
 
-void objectCreated() { ++objects; }
-void objectDestroyed() { --objects; }
-void lockServer(bool lock) { lock ? ++locks : --locks; }
-long liveObjects() { return objects; }
-long serverLocks() { return locks; }
+ObjectFactory& factory() {
+  static ObjectFactory instance = [] {
+    ObjectFactory f;
+    // The host library's utility object where the platform knows it; the
+    // built-in reference utility otherwise.
+    f.add(std::string(kUtilityProgId), [](ObjectFactory&) -> std::shared_ptr<Dispatch> {
+      if (auto utility = createPlatformUtility()) return utility;
+      return std::make_shared<ReferenceUtility>();
+    });
+    registerBrelvane(f);
+    // The errors that lookups and decoders swallow go to the debugger's
+    // output, the one place a host developer can see them without changing
+    // what the classes return.
+    setDiagnosticsHook([](const SwallowedError& e) {
+      std::string line = "Brelvane: swallowed error " + std::to_string(e.number) + " (" + e.source +
+                         "): " + e.description + "\n";
+      OutputDebugStringW(widen(line).c_str());
+    });
+    return f;
+  }();
+  return instance;
+}
+
+void objectCreated() {
+  ++objects;
+}
+void objectDestroyed() {
+  --objects;
+}
+void lockServer(bool lock) {
+  lock ? ++locks : --locks;
+}
+long liveObjects() {
+  return objects;
+}
+long serverLocks() {
+  return locks;
+}
 
 }  // namespace brelvane::com
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
-  if (reason == DLL_PROCESS_ATTACH) {
-    brelvane::com::setModuleInstance(module);
-    DisableThreadLibraryCalls(module);
-  }
-  return TRUE;
-}
-
-extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
-  return brelvane::com::getClassObject(clsid, iid, out);
-}
-
-extern "C" HRESULT WINAPI DllCanUnloadNow() {
-  using namespace brelvane::com;
-  return liveObjects() == 0 && serverLocks() == 0 ? S_OK : S_FALSE;
-}

@@ -1,0 +1,268 @@
+#include "server_object.h"
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "adapters.h"
+#include "dispids.h"
+#include "errors.h"
+#include "module.h"
+#include "text.h"
+#include "variant_conv.h"
+
+namespace brelvane::com {
+
+namespace {
+
+/// A member of a class by dispatch identifier: its name, and its parameter
+/// list when it is a method.
+struct Member {
+  DISPID id;
+  std::string_view name;
+  const MethodInfo* method = nullptr;
+  const PropertyInfo* property = nullptr;
+};
+
+/// The members of a class description, in identifier order, from the
+/// checked-in table; built once per class.
+const std::vector<Member>& membersOf(const ClassInfo& info) {
+  static std::map<const ClassInfo*, std::vector<Member>> cache;
+  auto [it, fresh] = cache.try_emplace(&info);
+  if (!fresh) return it->second;
+  const std::string_view owner = std::string_view(info.progId).substr(info.progId.find('.') + 1);
+  for (const auto& row : dispIdRows()) {
+    if (row.owner != owner) continue;
+    Member m{row.id, row.member};
+    m.property = info.findProperty(row.member);
+    m.method = info.findMethod(row.member);
+    if (m.property || m.method) it->second.push_back(m);
+  }
+  std::sort(it->second.begin(), it->second.end(),
+            [](const Member& a, const Member& b) { return a.id < b.id; });
+  return it->second;
+}
+
+/// First identifier given to the names of an object without a description.
+constexpr DISPID kFirstDynamicId = 1000;
+
+class ServerObject final : public IDispatch, public ISupportErrorInfo {
+ public:
+  ServerObject(std::shared_ptr<Dispatch> core, const ClassIdentity* identity)
+      : core_(std::move(core)), identity_(identity), info_(core_->classInfo()) {
+    objectCreated();
+  }
+  ~ServerObject() { objectDestroyed(); }
+
+  const std::shared_ptr<Dispatch>& core() const { return core_; }
+  /// True for an object of this module: another module linking the same
+  /// code answers the private interface too, but its objects stay foreign.
+  bool ofThisModule() const { return module_ == &kModuleMarker; }
+
+  // IUnknown
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+    if (!out) return E_POINTER;
+    if (IsEqualGUID(iid, kIidServerObject)) {
+      // No reference is added: the caller only reads the core object.
+      *out = static_cast<IDispatch*>(this);
+      return S_OK;
+    }
+    if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IDispatch) ||
+        (identity_ && IsEqualGUID(iid, identity_->iid))) {
+      *out = static_cast<IDispatch*>(this);
+    } else if (IsEqualGUID(iid, IID_ISupportErrorInfo)) {
+      *out = static_cast<ISupportErrorInfo*>(this);
+    } else {
+      *out = nullptr;
+      return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
+  ULONG STDMETHODCALLTYPE Release() override {
+    ULONG left = --refs_;
+    if (left == 0) delete this;
+    return left;
+  }
+
+  // ISupportErrorInfo
+  HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
+    return IsEqualGUID(iid, IID_IDispatch) || (identity_ && IsEqualGUID(iid, identity_->iid))
+               ? S_OK
+               : S_FALSE;
+  }
+
+  // IDispatch
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+    if (!count) return E_POINTER;
+    ITypeInfo* info = nullptr;
+    *count = identity_ && SUCCEEDED(GetTypeInfo(0, 0, &info)) ? 1 : 0;
+    if (info) info->Release();
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** out) override {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (index != 0 || !identity_) return DISP_E_BADINDEX;
+    ITypeLib* library = nullptr;
+    HRESULT hr = LoadRegTypeLib(kLibId, kLibMajor, kLibMinor, LOCALE_NEUTRAL, &library);
+    if (FAILED(hr)) return hr;
+    hr = library->GetTypeInfoOfGuid(identity_->iid, out);
+    library->Release();
+    return hr;
+  }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
+                                          DISPID* ids) override {
+    if (!names || !ids || count == 0) return E_INVALIDARG;
+    return guarded(
+        [&]() -> HRESULT {
+          // Only the member's own name is known; names of arguments are not.
+          for (UINT i = 1; i < count; ++i) ids[i] = DISPID_UNKNOWN;
+          ids[0] = idOf(narrow(names[0]));
+          return ids[0] != DISPID_UNKNOWN && count == 1 ? S_OK : DISP_E_UNKNOWNNAME;
+        },
+        nullptr, IID_IDispatch);
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params,
+                                   VARIANT* result, EXCEPINFO* exception, UINT* argError) override {
+    DISPPARAMS none{};
+    if (!params) params = &none;
+    const GUID& iid = identity_ ? identity_->iid : IID_IDispatch;
+    return guarded([&] { return invoke(id, flags, *params, result, argError); }, exception, iid);
+  }
+
+ private:
+  DISPID idOf(const std::string& name) {
+    if (info_) {
+      for (const auto& m : membersOf(*info_))
+        if (sameName(m.name, name)) return m.id;
+      return DISPID_UNKNOWN;
+    }
+    for (size_t i = 0; i < dynamicNames_.size(); ++i)
+      if (sameName(dynamicNames_[i], name)) return kFirstDynamicId + static_cast<DISPID>(i);
+    dynamicNames_.push_back(name);
+    return kFirstDynamicId + static_cast<DISPID>(dynamicNames_.size() - 1);
+  }
+
+  /// The member of an identifier; false when there is none.
+  bool memberOf(DISPID id, Member& out) const {
+    if (info_) {
+      const auto& members = membersOf(*info_);
+      auto it = std::lower_bound(members.begin(), members.end(), id,
+                                 [](const Member& m, DISPID d) { return m.id < d; });
+      if (it == members.end() || it->id != id) return false;
+      out = *it;
+      return true;
+    }
+    const size_t index = static_cast<size_t>(id - kFirstDynamicId);
+    if (id < kFirstDynamicId || index >= dynamicNames_.size()) return false;
+    out = Member{id, dynamicNames_[index]};
+    return true;
+  }
+
+  HRESULT invoke(DISPID id, WORD flags, DISPPARAMS& params, VARIANT* result, UINT* argError) {
+    Member member;
+    if (!memberOf(id, member)) return DISP_E_MEMBERNOTFOUND;
+    const std::string name(member.name);
+    if (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) {
+      if (params.cArgs != 1 || params.cNamedArgs != 1 ||
+          params.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT)
+        return DISP_E_BADPARAMCOUNT;
+      const PropertyInfo* p = member.property;
+      VARIANT value;
+      VariantInit(&value);
+      HRESULT hr = VariantCopyInd(&value, &params.rgvarg[0]);
+      if (FAILED(hr)) return hr;
+      if (p && !(flags & DISPATCH_PROPERTYPUTREF) && !coerceArgument(value, p->type)) {
+        VariantClear(&value);
+        if (argError) *argError = 0;
+        return DISP_E_TYPEMISMATCH;
+      }
+      Variant core;
+      try {
+        core = fromVariant(value, p ? std::string_view(p->typeName) : std::string_view());
+      } catch (...) {
+        VariantClear(&value);
+        throw;
+      }
+      VariantClear(&value);
+      if (flags & DISPATCH_PROPERTYPUTREF)
+        core_->putRef(name, core);
+      else
+        core_->put(name, core);
+      return S_OK;
+    }
+    if (params.cNamedArgs) return DISP_E_NONAMEDARGS;
+    const MethodInfo* m = member.method;
+    if (m && params.cArgs > m->params.size()) return DISP_E_BADPARAMCOUNT;
+    if (!m && member.property && params.cArgs > 0) return DISP_E_BADPARAMCOUNT;
+    // Arguments arrive last first.
+    std::vector<Variant> args(params.cArgs);
+    for (UINT i = 0; i < params.cArgs; ++i) {
+      VARIANT& slot = params.rgvarg[params.cArgs - 1 - i];
+      const ParamInfo* p = m ? &m->params[i] : nullptr;
+      VARIANT value;
+      VariantInit(&value);
+      HRESULT hr = VariantCopyInd(&value, &slot);
+      if (FAILED(hr)) return hr;
+      if (p && !coerceArgument(value, p->type)) {
+        VariantClear(&value);
+        if (argError) *argError = params.cArgs - 1 - i;
+        return DISP_E_TYPEMISMATCH;
+      }
+      try {
+        args[i] = fromVariant(value, p ? std::string_view(p->typeName) : std::string_view());
+      } catch (...) {
+        VariantClear(&value);
+        throw;
+      }
+      VariantClear(&value);
+    }
+    // A property is read whatever the flags say; a name without a
+    // description is read when it is asked for as a value without arguments.
+    const bool read = !m && (member.property || ((flags & DISPATCH_PROPERTYGET) && args.empty()));
+    Variant out = read ? core_->get(name) : core_->invoke(name, args);
+    // By-reference arguments go back into the caller's variables.
+    for (UINT i = 0; i < params.cArgs; ++i) {
+      VARIANT& slot = params.rgvarg[params.cArgs - 1 - i];
+      if ((slot.vt & VT_BYREF) && (!m || m->params[i].byRef)) writeBack(args[i], slot);
+    }
+    if (result) toVariant(out, *result);
+    return S_OK;
+  }
+
+  static inline const char kModuleMarker = 0;
+  const char* module_ = &kModuleMarker;
+  std::atomic<ULONG> refs_{1};
+  std::shared_ptr<Dispatch> core_;
+  const ClassIdentity* identity_;
+  const ClassInfo* info_;
+  std::vector<std::string> dynamicNames_;
+};
+
+}  // namespace
+
+IDispatch* exposeObject(std::shared_ptr<Dispatch> object, const ClassIdentity* identity) {
+  return new ServerObject(std::move(object), identity);
+}
+
+std::shared_ptr<Dispatch> unwrapServerObject(IUnknown* unknown) {
+  void* ours = nullptr;
+  if (!unknown || FAILED(unknown->QueryInterface(kIidServerObject, &ours)) || !ours) return nullptr;
+  auto* object = static_cast<ServerObject*>(static_cast<IDispatch*>(ours));
+  return object->ofThisModule() ? object->core() : nullptr;
+}
+
+IDispatch* dispatchOf(const std::shared_ptr<Dispatch>& object) {
+  if (!object) return nullptr;
+  if (IDispatch* peer = peerOf(*object)) {
+    peer->AddRef();
+    return peer;
+  }
+  return exposeObject(object);
+}
+
+}  // namespace brelvane::com

@@ -1,0 +1,36 @@
+#include "text.h"
+
+#include <new>
+
+namespace brelvane::com {
+
+std::wstring widen(std::string_view utf8) {
+  if (utf8.empty()) return {};
+  int n = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+  std::wstring out(static_cast<size_t>(n), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), out.data(), n);
+  return out;
+}
+
+std::string narrow(std::wstring_view utf16) {
+  if (utf16.empty()) return {};
+  int n = WideCharToMultiByte(CP_UTF8, 0, utf16.data(), static_cast<int>(utf16.size()), nullptr, 0,
+                              nullptr, nullptr);
+  std::string out(static_cast<size_t>(n), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, utf16.data(), static_cast<int>(utf16.size()), out.data(), n,
+                      nullptr, nullptr);
+  return out;
+}
+
+std::string fromBstr(BSTR text) {
+  return text ? narrow(std::wstring_view(text, SysStringLen(text))) : std::string();
+}
+
+BSTR toBstr(std::string_view utf8) {
+  std::wstring wide = widen(utf8);
+  BSTR b = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+  if (!b) throw std::bad_alloc();
+  return b;
+}
+
+}  // namespace brelvane::com
