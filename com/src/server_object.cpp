@@ -1,6 +1,7 @@
 #include "server_object.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <map>
 #include <string>
@@ -44,6 +45,9 @@ const std::vector<Member>& membersOf(const ClassInfo& info) {
             [](const Member& a, const Member& b) { return a.id < b.id; });
   return it->second;
 }
+
+/// The most arguments any call takes.
+constexpr UINT kMaxArguments = 16;
 
 /// First identifier given to the names of an object without a description.
 constexpr DISPID kFirstDynamicId = 1000;
@@ -166,7 +170,7 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
   HRESULT invoke(DISPID id, WORD flags, DISPPARAMS& params, VARIANT* result, UINT* argError) {
     Member member;
     if (!memberOf(id, member)) return DISP_E_MEMBERNOTFOUND;
-    const std::string name(member.name);
+    const std::string_view name = member.name;
     if (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) {
       if (params.cArgs != 1 || params.cNamedArgs != 1 ||
           params.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT)
@@ -200,7 +204,11 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
     if (m && params.cArgs > m->params.size()) return DISP_E_BADPARAMCOUNT;
     if (!m && member.property && params.cArgs > 0) return DISP_E_BADPARAMCOUNT;
     // Arguments arrive last first.
-    std::vector<Variant> args(params.cArgs);
+    // The arguments of every member fit in place; only a call with more
+    // arguments than any member takes would need the heap, and it fails.
+    std::array<Variant, kMaxArguments> slots;
+    if (params.cArgs > kMaxArguments) return DISP_E_BADPARAMCOUNT;
+    std::span<Variant> args(slots.data(), params.cArgs);
     for (UINT i = 0; i < params.cArgs; ++i) {
       VARIANT& slot = params.rgvarg[params.cArgs - 1 - i];
       const ParamInfo* p = m ? &m->params[i] : nullptr;
