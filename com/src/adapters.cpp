@@ -202,6 +202,11 @@ IDispatch* peerOf(const Dispatch& object) {
   return late ? late->object() : nullptr;
 }
 
+std::shared_ptr<Dispatch> createPlatformObject(std::string_view progId) {
+  auto object = createByProgId(widen(progId).c_str());
+  return object ? std::make_shared<Adapter<Dispatch>>(std::move(object)) : nullptr;
+}
+
 std::shared_ptr<UtilityObject> createPlatformUtility() {
   auto object = createByProgId(widen(kUtilityProgId).c_str());
   return object ? std::make_shared<Utility>(std::move(object)) : nullptr;

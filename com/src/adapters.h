@@ -25,6 +25,10 @@ std::shared_ptr<Dispatch> adaptObject(IDispatch* object, std::string_view declar
 /// when `object` is a core object of our own.
 IDispatch* peerOf(const Dispatch& object);
 
+/// An object of another component, created through the platform and called
+/// by name; null when its ProgID is not registered there.
+std::shared_ptr<Dispatch> createPlatformObject(std::string_view progId);
+
 /// The utility object of the host library, created through the platform;
 /// null when its ProgID is not registered there.
 std::shared_ptr<UtilityObject> createPlatformUtility();

@@ -31,6 +31,8 @@ ObjectFactory& factory() {
       return std::make_shared<ReferenceUtility>();
     });
     registerBrelvane(f);
+    // Everything else, the sibling launchers among them, the platform creates.
+    f.setFallback(createPlatformObject);
     // The errors that lookups and decoders swallow go to the debugger's
     // output, the one place a host developer can see them without changing
     // what the classes return.

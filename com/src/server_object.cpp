@@ -10,6 +10,7 @@
 #include "adapters.h"
 #include "dispids.h"
 #include "errors.h"
+#include "events.h"
 #include "module.h"
 #include "text.h"
 #include "variant_conv.h"
@@ -52,7 +53,10 @@ constexpr UINT kMaxArguments = 16;
 /// First identifier given to the names of an object without a description.
 constexpr DISPID kFirstDynamicId = 1000;
 
-class ServerObject final : public IDispatch, public ISupportErrorInfo {
+class ServerObject final : public IDispatch,
+                           public ISupportErrorInfo,
+                           public IConnectionPointContainer,
+                           public IProvideClassInfo2 {
  public:
   ServerObject(std::shared_ptr<Dispatch> core, const ClassIdentity* identity)
       : core_(std::move(core)), identity_(identity), info_(core_->classInfo()) {
@@ -78,6 +82,12 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
       *out = static_cast<IDispatch*>(this);
     } else if (IsEqualGUID(iid, IID_ISupportErrorInfo)) {
       *out = static_cast<ISupportErrorInfo*>(this);
+    } else if (IsEqualGUID(iid, IID_IConnectionPointContainer) && events()) {
+      *out = static_cast<IConnectionPointContainer*>(this);
+    } else if ((IsEqualGUID(iid, IID_IProvideClassInfo) ||
+                IsEqualGUID(iid, IID_IProvideClassInfo2)) &&
+               identity_) {
+      *out = static_cast<IProvideClassInfo2*>(this);
     } else {
       *out = nullptr;
       return E_NOINTERFACE;
@@ -99,6 +109,32 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
                : S_FALSE;
   }
 
+  // IConnectionPointContainer: the one outgoing interface of a class with
+  // events.
+  HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override {
+    if (out) *out = nullptr;
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** out) override {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    auto source = events();
+    if (!source || !IsEqualGUID(iid, kDiidConnectEvents)) return CONNECT_E_NOCONNECTION;
+    *out = newConnectionPoint(this, std::move(source), *info_);
+    return S_OK;
+  }
+
+  // IProvideClassInfo2: the coclass, and its default source interface.
+  HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** out) override {
+    return typeInfo(identity_->clsid, out);
+  }
+  HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* out) override {
+    if (!out) return E_POINTER;
+    if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID || !identity_->hasEvents) return E_INVALIDARG;
+    *out = kDiidConnectEvents;
+    return S_OK;
+  }
+
   // IDispatch
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
     if (!count) return E_POINTER;
@@ -111,12 +147,7 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (index != 0 || !identity_) return DISP_E_BADINDEX;
-    ITypeLib* library = nullptr;
-    HRESULT hr = LoadRegTypeLib(kLibId, kLibMajor, kLibMinor, LOCALE_NEUTRAL, &library);
-    if (FAILED(hr)) return hr;
-    hr = library->GetTypeInfoOfGuid(identity_->iid, out);
-    library->Release();
-    return hr;
+    return typeInfo(identity_->iid, out);
   }
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
                                           DISPID* ids) override {
@@ -139,6 +170,24 @@ class ServerObject final : public IDispatch, public ISupportErrorInfo {
   }
 
  private:
+  /// The core's events, when the object raises any.
+  std::shared_ptr<ConnectionPointContainer> events() const {
+    return info_ && !info_->events.empty()
+               ? std::dynamic_pointer_cast<ConnectionPointContainer>(core_)
+               : nullptr;
+  }
+
+  static HRESULT typeInfo(const GUID& guid, ITypeInfo** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    ITypeLib* library = nullptr;
+    HRESULT hr = LoadRegTypeLib(kLibId, kLibMajor, kLibMinor, LOCALE_NEUTRAL, &library);
+    if (FAILED(hr)) return hr;
+    hr = library->GetTypeInfoOfGuid(guid, out);
+    library->Release();
+    return hr;
+  }
+
   DISPID idOf(const std::string& name) {
     if (info_) {
       for (const auto& m : membersOf(*info_))

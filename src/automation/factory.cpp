@@ -24,6 +24,8 @@ bool ObjectFactory::has(std::string_view progId) const {
 
 std::shared_ptr<Dispatch> ObjectFactory::create(std::string_view progId) {
   auto slot = find(progId);
+  if (!slot && fallback_)
+    if (auto object = fallback_(progId)) return object;
   if (!slot) throw AutomationError::of(err::kCannotCreate, std::string(progId));
   auto creator = slot->creator;  // a creator may register further ProgIDs
   return creator(*this);

@@ -183,6 +183,16 @@ TEST(Factory, CreatesByProgIdCaseInsensitively) {
   EXPECT_EQ(errorOf([&] { f.create("Test.Other"); }), err::kCannotCreate);
   ASSERT_EQ(f.entries().size(), 1u);
   EXPECT_EQ(f.entries()[0].info->findMethod("LEVEL")->params[0].defaultValue, Variant(int16_t{1}));
+  // Other components come from the fallback, which never shadows a creator.
+  std::vector<std::string> asked;
+  f.setFallback([&](std::string_view progId) -> std::shared_ptr<Dispatch> {
+    asked.emplace_back(progId);
+    return progId == "Other.Known" ? std::make_shared<Sample>() : nullptr;
+  });
+  EXPECT_NE(f.create("Other.Known"), nullptr);
+  EXPECT_EQ(errorOf([&] { f.create("Test.Other"); }), err::kCannotCreate);
+  EXPECT_NE(std::dynamic_pointer_cast<Sample>(f.create("Test.Sample")), nullptr);
+  EXPECT_EQ(asked, (std::vector<std::string>{"Other.Known", "Test.Other"}));
 }
 
 }  // namespace

@@ -25,8 +25,15 @@ class BRELVANE_API ObjectFactory {
   /// class for listings when it has a registration table.
   void add(std::string progId, Creator creator, const ClassInfo* info = nullptr);
   bool has(std::string_view progId) const;
-  /// Raises 429 for an unknown ProgID; a creator's own error passes through.
+  /// Raises 429 for a ProgID that neither a creator nor the fallback knows;
+  /// a creator's own error passes through.
   std::shared_ptr<Dispatch> create(std::string_view progId);
+
+  /// Where objects of other components come from: asked for every ProgID
+  /// without a creator of its own; null means it knows none either. A host
+  /// platform with its own object registry (COM, say) installs one.
+  using Fallback = std::function<std::shared_ptr<Dispatch>(std::string_view progId)>;
+  void setFallback(Fallback fallback) { fallback_ = std::move(fallback); }
 
   /// Creates and casts to an interface; raises 13 when the object lacks it.
   template <class T>
@@ -48,6 +55,7 @@ class BRELVANE_API ObjectFactory {
     const ClassInfo* info;
   };
   std::vector<Slot> slots_;
+  Fallback fallback_;
   const Slot* find(std::string_view progId) const;
 };
 
