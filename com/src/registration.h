@@ -1,0 +1,20 @@
+#pragma once
+// Registration of the server's classes and type library, per machine
+// (HKLM\Software\Classes: regsvr32) or per user (HKCU\Software\Classes:
+// regsvr32 /n /i:user).
+
+#include <windows.h>
+
+namespace brelvane::com {
+
+enum class Scope { Machine, User };
+
+/// Writes brelvane.tlb beside the DLL, registers it, then writes each
+/// class's ProgIDs and CLSID keys. On a failure whatever was registered
+/// is removed again. No exception leaves either function.
+HRESULT registerServer(Scope scope) noexcept;
+/// Removes exactly the keys registerServer writes, and the type library's
+/// registration; the .tlb file stays, another scope may be using it.
+HRESULT unregisterServer(Scope scope) noexcept;
+
+}  // namespace brelvane::com
