@@ -1,7 +1,7 @@
 #pragma once
 // The built-in demo host of `brelvane call`: a host framework that answers
-// from a message catalogue and one fixed company, logging nothing, and the
-// company database that goes with it.
+// from a message catalogue and one fixed company, logging nothing. It needs
+// the core alone, so the COM test host is built from it too.
 
 #include <cstdint>
 #include <map>
@@ -9,12 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "brelvane/host/ado.h"
 #include "brelvane/host/host.h"
-
-namespace brelvane::standins {
-class Log;
-}
 
 namespace brelvane::cli {
 
@@ -40,13 +35,5 @@ struct DemoCompany {
 /// A host framework over `catalogue` and `company`. An id missing from the
 /// catalogue answers "[ID]"; PrepareSqlText doubles every apostrophe.
 std::shared_ptr<HostInterface> makeDemoHost(Catalogue catalogue, DemoCompany company);
-
-/// The demo company database: the scripted connection stand-in named `name`
-/// (every SQL text answers no row; what reaches it goes to `log`), whose
-/// three proposal procedures know a few providers, 1 and 7 of each kind.
-/// They answer that provider's column labels and query, with the company
-/// code in the query; for any other provider both outputs are Null, as when
-/// the database finds no such provider.
-std::shared_ptr<Connection> makeDemoConnection(standins::Log& log, const std::string& name);
 
 }  // namespace brelvane::cli

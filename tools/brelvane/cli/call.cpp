@@ -14,6 +14,7 @@
 #include "cli/help.h"
 #include "cli/names.h"
 #include "cli/parser.h"
+#include "demo_connection.h"
 #include "demo_host.h"
 #ifdef BRELVANE_HAVE_ODBC
 #include "brelvane/odbc/odbc.h"
