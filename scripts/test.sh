@@ -12,13 +12,17 @@
 #   release    a Clang Release build of a shared library, warnings as errors,
 #              with its tests and the package test (shared library): the
 #              second compiler and the optimised build in one
+#   com        the COM server cross-built with mingw-w64 (x64 and x86) and
+#              run under Wine: every lookup and decoder member called from
+#              VBScript with two hosts and compared with the native tool
+#              (scripts/com-tests.sh)
 # `scripts/test.sh STEP...` runs only those steps. A step is a function
 # below; add one and list it in `steps`. Every ctest call fails when no test
 # ran (--no-tests=error).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-steps=(plain sanitize release)
+steps=(plain sanitize release com)
 jobs=${BRELVANE_JOBS:-2}
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
@@ -71,6 +75,10 @@ step_release() {
   configure_and_build build-release -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
     -DCMAKE_CXX_COMPILER=clang++
   run_tests build-release
+}
+
+step_com() {
+  BRELVANE_JOBS=$jobs scripts/com-tests.sh
 }
 
 scripts/deps.sh

@@ -118,18 +118,11 @@ class ClassObject final : public IClassFactory {
 };
 ClassObject classObject;
 
-/// The registry keys of the class under HKEY_CLASSES_ROOT, as (key, value
-/// name, data).
-struct Entry {
-  std::wstring key;
-  const wchar_t* name;
-  std::wstring data;
-};
-
-std::wstring clsidText() {
-  wchar_t text[40];
-  StringFromGUID2(kClsid, text, 40);
-  return text;
+/// The keys of the class under HKEY_CLASSES_ROOT.
+std::wstring classKey() {
+  wchar_t clsid[40];
+  StringFromGUID2(kClsid, clsid, 40);
+  return std::wstring(L"CLSID\\") + clsid;
 }
 
 }  // namespace
@@ -152,23 +145,23 @@ extern "C" HRESULT WINAPI DllCanUnloadNow() { return S_FALSE; }
 extern "C" HRESULT WINAPI DllRegisterServer() {
   wchar_t path[MAX_PATH];
   if (!GetModuleFileNameW(instance, path, MAX_PATH)) return HRESULT_FROM_WIN32(GetLastError());
-  const std::wstring clsid = clsidText(), key = L"CLSID\\" + clsid, progId(kProgId);
-  const Entry entries[] = {
-      {key + L"\\InprocServer32", nullptr, path},
+  const std::wstring key = classKey(), progId(kProgId);
+  const std::wstring entries[][3] = {  // key, value name ("": the default), data
+      {key + L"\\InprocServer32", L"", path},
       {key + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
-      {key + L"\\ProgID", nullptr, progId},
-      {progId + L"\\CLSID", nullptr, clsid},
+      {key + L"\\ProgID", L"", progId},
+      {progId + L"\\CLSID", L"", key.substr(6)},
   };
-  for (const auto& e : entries) {
-    LSTATUS status = RegSetKeyValueW(HKEY_CLASSES_ROOT, e.key.c_str(), e.name, REG_SZ,
-                                     e.data.c_str(), (e.data.size() + 1) * sizeof(wchar_t));
+  for (const auto& [subkey, name, data] : entries) {
+    LSTATUS status = RegSetKeyValueW(HKEY_CLASSES_ROOT, subkey.c_str(), name.c_str(), REG_SZ,
+                                     data.c_str(), (data.size() + 1) * sizeof(wchar_t));
     if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
   }
   return S_OK;
 }
 
 extern "C" HRESULT WINAPI DllUnregisterServer() {
-  for (const std::wstring& key : {L"CLSID\\" + clsidText(), std::wstring(kProgId)}) {
+  for (const std::wstring& key : {classKey(), std::wstring(kProgId)}) {
     LSTATUS status = RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
       return HRESULT_FROM_WIN32(status);
