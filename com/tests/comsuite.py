@@ -87,7 +87,8 @@ def row(what, cls, method, args):
 def rows_of(registry):
     classes = {c["progId"].split(".")[1]: c for c in registry}
     objects = object_types(registry)
-    rows = [row(f"{name}.{m['name']}", classes[name], m, [plausible(p, objects) for p in m["params"]])
+    rows = [row(f"{name}.{m['name']}", classes[name], m,
+                [plausible(p, objects) for p in m["params"]])
             for name in SUITE_CLASSES for m in classes[name]["methods"]]
     for what, name, method, args in CASES:
         m = next(m for m in classes[name]["methods"] if m["name"] == method)
@@ -105,7 +106,8 @@ def vbs_row(r):
     for key in r["keys"]:
         if key.startswith("byRef"):
             i = int(key.split()[1])
-            lines.append(f"{'Set ' if r['args'][i][0] in ('control', 'nothing') else ''}b{i} = {words[i]}")
+            assign = "Set " if r["args"][i][0] in ("control", "nothing") else ""
+            lines.append(f"{assign}b{i} = {words[i]}")
             words[i] = values[key] = f"b{i}"
     while words and not words[-1]:
         words.pop()
@@ -128,8 +130,9 @@ def vbs_round_trips(registry, objects):
             trips = []  # (label, put, read back, test)
             if "put" in access and p["type"] not in objects:
                 value, vartype, expected = ROUND_TRIPS.get(p["type"], ENUM_ROUND_TRIP)
-                trips.append((f"{what} = {value.replace(chr(34), '')}", f"v = Empty : o.{name} = {value}",
-                              f"v = o.{name}", f"VarType(v) = {vartype} And v = {expected}"))
+                trips.append((f"{what} = {value.replace(chr(34), '')}",
+                              f"v = Empty : o.{name} = {value}", f"v = o.{name}",
+                              f"VarType(v) = {vartype} And v = {expected}"))
             if "putRef" in access:
                 trips.append((f"Set {what}", f"Set v = Nothing : Set o.{name} = Ctl",
                               f"Set v = o.{name}", "v Is Ctl"))
@@ -203,7 +206,8 @@ def shown(line, keys):
     """The outputs as the tool shows them (a property only when it holds a
     text or an array), in canonical JSON."""
     def one(k, v):
-        hidden = k in OUTPUTS and not (isinstance(v, str) or (isinstance(v, dict) and "$array" in v))
+        hidden = k in OUTPUTS and not (isinstance(v, str) or
+                                       (isinstance(v, dict) and "$array" in v))
         return json.dumps(None if hidden else v, ensure_ascii=False, sort_keys=True)
     return {k: one(k, line.get(k)) for k in keys}
 

@@ -140,13 +140,16 @@ extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** o
 }
 
 // The test prefix goes away with the build directory: the DLL stays loaded.
-extern "C" HRESULT WINAPI DllCanUnloadNow() { return S_FALSE; }
+extern "C" HRESULT WINAPI DllCanUnloadNow() {
+  return S_FALSE;
+}
 
 extern "C" HRESULT WINAPI DllRegisterServer() {
   wchar_t path[MAX_PATH];
   if (!GetModuleFileNameW(instance, path, MAX_PATH)) return HRESULT_FROM_WIN32(GetLastError());
   const std::wstring key = classKey(), progId(kProgId);
-  const std::wstring entries[][3] = {  // key, value name ("": the default), data
+  const std::wstring entries[][3] = {
+      // key, value name ("": the default), data
       {key + L"\\InprocServer32", L"", path},
       {key + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
       {key + L"\\ProgID", L"", progId},

@@ -8,11 +8,13 @@ Sub Cases()
   Set o.Connessione = Nothing
   o.NatureCosti
   Caught
-  Check "host 2 composes NatureCosti", ErrNumber = 0 And o.Str_Sql <> "", ErrNumber & " " & ErrDescription
+  Check "host 2 composes NatureCosti", ErrNumber = 0 And o.Str_Sql <> "", _
+    ErrNumber & " " & ErrDescription
   scripted.Context.Messages.Failing = True
   o.NatureCosti
   Caught
-  Check "a host method that raises: no error reaches the script", ErrNumber = 0, ErrNumber & " " & ErrDescription
+  Check "a host method that raises: no error reaches the script", ErrNumber = 0, _
+    ErrNumber & " " & ErrDescription
   Check "a host method that raises: Str_Sql is empty", o.Str_Sql = "", o.Str_Sql
 
   o.NonEsiste
@@ -21,7 +23,8 @@ Sub Cases()
   o.AnagraficaIntermediPDCCoGe2 "abc", 1
   Caught
   Check "a text for a Long raises 13 with a source and a description", _
-    ErrNumber = 13 And ErrSource <> "" And ErrDescription <> "", ErrNumber & " | " & ErrSource & " | " & ErrDescription
+    ErrNumber = 13 And ErrSource <> "" And ErrDescription <> "", _
+    ErrNumber & " | " & ErrSource & " | " & ErrDescription
   o.AnagraficaIntermediPDCCoGe2 , 1
   Caught
   Check "a required argument left out raises 449", ErrNumber = 449, ErrNumber & " " & ErrDescription
