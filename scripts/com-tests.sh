@@ -26,7 +26,7 @@ cross() {
   local dir=$1 arch=$2
   shift 2
   cmake -S . -B "$dir" -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/mingw-w64-${arch}.cmake" \
-    -DCMAKE_BUILD_TYPE=Release -DBRELVANE_ODBC=OFF -DBRELVANE_WERROR=ON >/dev/null
+    -DCMAKE_BUILD_TYPE=Release -DBRELVANE_WERROR=ON >/dev/null
   cmake --build "$dir" -j"$jobs" "$@"
 }
 
