@@ -92,7 +92,12 @@ def launch_scenario(registry):
     host = {"kind": "host", "company": {"Code": 5, "LanguageCode": "ITA"}}
     return {"objects": {"host": dict(host, installationSetting=1),
                         "ps": dict(host, installationSetting=2),
-                        "field": {"kind": "control"}, "corr": {"kind": "control"}},
+                        "field": {"kind": "control"}, "corr": {"kind": "control"},
+                        "db": {"kind": "connection",  # for lifetime_check's lookups
+                               "procedures": {"SPCI_PROPCONTI_LOOKUPPROVIDER": {
+                                   "@LABELS": "A|B", "@QUERY": "SELECT A, B"}},
+                               "results": [{"match": "PC01_DESCRPDC",
+                                            "columns": ["PC01_INDTIPOPDC"], "rows": [[4]]}]}},
             "launchers": {p: {"on": CALLBACKS} for p in ("Tormesk.CLSCI_CONNECT",
                                                          "Quillane.CLSCI_CONNECT")},
             "steps": steps}
@@ -183,6 +188,7 @@ def prepare(tool, src, d):
     winpath = lambda p: "Z:" + str(Path(p).resolve()).replace("/", "\\")
     docs = {"launch": launch_scenario(registry),
             "demo": demo_scenario(winpath(Path(src) / "tools/brelvane/data/catalogo.tsv"))}
+    (Path(d) / "launch.methods").write_text("".join(m["name"] + "\n" for m in launch_methods(registry)))
     for name in SCENARIOS:
         doc = json.loads((Path(src) / "tests/scenarios" / f"{name}.json").read_text())
         docs[name] = expand({k: v for k, v in doc.items() if k != "define"},

@@ -46,5 +46,8 @@ for script in "$out"/*.vbs; do
   report "$name: no object survives (${live:-the script did not finish})" $?
 done
 
+(cd "$build/com/tests/launch" &&
+  wine lifetime_check.exe "$(winepath -w "$out/launch.config")" "$(winepath -w "$out/launch.methods")" |
+  tr -d '\r') || failures=$((failures + 1))
 python3 "$here/launch.py" compare "$out" || failures=$((failures + 1))
 [ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }
