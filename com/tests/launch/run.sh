@@ -34,7 +34,8 @@ report() {  # report NAME STATUS
 wine regsvr32 /s "$dll" >/dev/null 2>&1
 report "stand-ins registered" $?
 # Unregistering takes ADODB.Command's key away: Wine's own comes back after.
-trap 'wine regsvr32 /u /s "$dll" >/dev/null 2>&1; wine regsvr32 /s msado15.dll >/dev/null 2>&1' EXIT
+msado='C:\Program Files\Common Files\System\ADO\msado15.dll'
+trap 'wine regsvr32 /u /s "$dll" >/dev/null 2>&1; wine regsvr32 /s "$msado" >/dev/null 2>&1' EXIT
 python3 "$here/launch.py" prepare "$tool" "$src" "$out"
 report "scenarios prepared" $?
 
