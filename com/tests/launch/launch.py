@@ -103,7 +103,7 @@ def launch_scenario(registry):
             "steps": steps}
 
 
-def demo_scenario(catalogue):
+def demo_scenario():
     steps = []
     for method, args in DEMO:
         steps += [{"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
@@ -111,7 +111,7 @@ def demo_scenario(catalogue):
                                            "Connessione": {"$object": "connection"}}},
                   {"call": "lk", "method": method, "args": args},
                   {"get": "lk", "properties": OUTPUTS}, {"release": "lk"}]
-    return {"objects": {"host": {"kind": "demoHost", "catalogue": catalogue},
+    return {"objects": {"host": {"kind": "demoHost"},
                         "connection": {"kind": "demoConnection"}}, "steps": steps}
 
 
@@ -187,7 +187,7 @@ def prepare(tool, src, d):
     (Path(d) / "registry.json").write_text(json.dumps(registry))
     winpath = lambda p: "Z:" + str(Path(p).resolve()).replace("/", "\\")
     docs = {"launch": launch_scenario(registry),
-            "demo": demo_scenario(winpath(Path(src) / "tools/brelvane/data/catalogo.tsv"))}
+            "demo": demo_scenario()}
     (Path(d) / "launch.methods").write_text("".join(m["name"] + "\n" for m in launch_methods(registry)))
     for name in SCENARIOS:
         doc = json.loads((Path(src) / "tests/scenarios" / f"{name}.json").read_text())

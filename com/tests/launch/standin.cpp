@@ -13,10 +13,10 @@
 #include <atomic>
 #include <fstream>
 #include <map>
-#include <sstream>
 
 #include "adapters.h"
 #include "brelvane/brelvane.h"
+#include "demo_connection.h"
 #include "demo_host.h"
 #include "dispids.h"
 #include "errors.h"
@@ -114,13 +114,17 @@ const ByName::Member kMembers[] = {
     {"Initialise", [](Dispatch& d, auto) { return as<UtilityObject>(d).Initialise(), Variant(); }},
     {"Release", [](Dispatch& d, auto) { return as<UtilityObject>(d).Release(), Variant(); }},
     {"ValueToText",
-     [](Dispatch& d, std::span<Variant> a) { return text(as<UtilityObject>(d).ValueToText(a[0])); }},
+     [](Dispatch& d, std::span<Variant> a) {
+       return text(as<UtilityObject>(d).ValueToText(a[0]));
+     }},
     {"ValueOrDefault",
      [](Dispatch& d, std::span<Variant> a) {
        return as<UtilityObject>(d).ValueOrDefault(a[0], a[1]);
      }},
     {"ValueForSql",
-     [](Dispatch& d, std::span<Variant> a) { return text(as<UtilityObject>(d).ValueForSql(a[0])); }},
+     [](Dispatch& d, std::span<Variant> a) {
+       return text(as<UtilityObject>(d).ValueForSql(a[0]));
+     }},
     {"SqlDateLiteral",
      [](Dispatch& d, std::span<Variant> a) {
        return text(as<UtilityObject>(d).SqlDateLiteral(a[0]));
@@ -242,7 +246,9 @@ class AdoCommand final : public Dispatch, public std::enable_shared_from_this<Ad
   struct Parameter final : Dispatch {
     Parameter(std::shared_ptr<AdoCommand> c, std::string n) : command(std::move(c)), name(n) {}
     Variant get(std::string_view) override { return command->bound().GetParameter(name); }
-    void put(std::string_view, const Variant& v) override { command->bound().SetParameter(name, v); }
+    void put(std::string_view, const Variant& v) override {
+      command->bound().SetParameter(name, v);
+    }
     std::shared_ptr<AdoCommand> command;
     std::string name;
   };
@@ -328,21 +334,21 @@ Json readJson(const std::string& path) {
 }
 
 /// Makes the stand-ins a scenario document names ("objects", "launchers",
-/// "utility"); {"kind": "demoHost", "catalogue": FILE} and {"kind":
-/// "demoConnection"} are those of `brelvane call`.
+/// "utility"); {"kind": "demoHost"} and {"kind": "demoConnection"} are
+/// those of `brelvane call`.
 void load(const Json& doc) {
   State& s = state();
   const Json none;
-  auto section = [&](const char* key) -> const Json& { return doc.contains(key) ? doc[key] : none; };
+  auto section = [&](const char* key) -> const Json& {
+    return doc.contains(key) ? doc[key] : none;
+  };
   standins::installLaunchers(s.factory, section("launchers"), s.log);
   standins::installUtility(s.factory, section("utility"), s.log);
   for (const auto& [name, config] : section("objects").items()) {
     std::shared_ptr<Dispatch> made, exposed;
     const std::string kind = config.value("kind", "");
     if (kind == "demoHost") {
-      std::ifstream in(config["catalogue"].get<std::string>(), std::ios::binary);
-      made = cli::makeDemoHost(cli::readCatalogue(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>())),
-                               {});
+      made = cli::makeDemoHost(cli::readCatalogue(cli::builtinCatalogue()), {});
     } else if (kind == "demoConnection") {
       made = cli::makeDemoConnection(s.log, name);
     } else {
@@ -379,7 +385,9 @@ class Standins final : public Dispatch {
  private:
   Variant call(std::string_view name, std::span<Variant> a) {
     State& s = state();
-    auto is = [&](std::string_view n, size_t count) { return sameName(name, n) && a.size() == count; };
+    auto is = [&](std::string_view n, size_t count) {
+      return sameName(name, n) && a.size() == count;
+    };
     Json* entry = s.steps.empty() ? nullptr : &s.steps.back();
     if (is("Load", 1)) {
       load(readJson(toText(a[0])));
@@ -397,7 +405,8 @@ class Standins final : public Dispatch {
     } else if (is("Begin", 2)) {  // a step's result entry, as `brelvane run` writes it
       s.log.step = toLong(a[0]);
       s.steps.push_back({{"step", toLong(a[0])}, {"op", toText(a[1])}});
-      if (toText(a[1]) == "call") s.steps.back().update({{"return", {{"$empty", true}}}, {"args", Json::array()}});
+      if (toText(a[1]) == "call")
+        s.steps.back().update({{"return", {{"$empty", true}}}, {"args", Json::array()}});
       if (toText(a[1]) == "get") s.steps.back()["values"] = Json::object();
       s.steps.back()["error"] = nullptr;
     } else if (is("Put", 2) && entry) {
@@ -407,8 +416,8 @@ class Standins final : public Dispatch {
     } else if (is("Value", 2) && entry) {
       (*entry)["values"][toText(a[0])] = s.log.value(a[1]);
     } else if (is("Error", 3) && entry) {
-      (*entry)["error"] = {{"number", toLong(a[0])}, {"source", toText(a[1])},
-                           {"description", toText(a[2])}};
+      (*entry)["error"] = {
+          {"number", toLong(a[0])}, {"source", toText(a[1])}, {"description", toText(a[2])}};
     } else if (is("Values", 1) && entry) {  // what a launcher was given, in order
       auto o = s.log.names.find(toText(a[0]));
       if (!o) objectRequired(toText(a[0]));
@@ -428,7 +437,8 @@ class Standins final : public Dispatch {
   }
 
   static void advise(const Variant& source, const std::string& name, const Json& handlers) {
-    IDispatch* peer = source.isObject() && source.object() ? com::peerOf(*source.object()) : nullptr;
+    IDispatch* peer =
+        source.isObject() && source.object() ? com::peerOf(*source.object()) : nullptr;
     IConnectionPointContainer* container = nullptr;
     IConnectionPoint* point = nullptr;
     if (!peer || FAILED(peer->QueryInterface(IID_IConnectionPointContainer,
