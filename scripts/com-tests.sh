@@ -2,8 +2,9 @@
 # The COM server under Wine. Cross-builds the x64 DLLs (build-com) and
 # registers brelvane.dll and the test host in a private prefix
 # (build-com/prefix); runs the VBScript suites of com/tests/comsuite.py
-# against the native tool with each host, the compiled client check and
-# com/tests/registration.sh when it is there. The x86 brelvane.dll
+# against the native tool with each host, the compiled client check, the
+# launcher, event and database suites of com/tests/launch, and
+# com/tests/registration.sh. The x86 brelvane.dll
 # (build-com32) is built meanwhile, and not run. The native tool is
 # build-test's when the plain step built it.
 set -euo pipefail
@@ -67,9 +68,10 @@ suites() {
 }
 timed "suites" suites || status=1
 timed "client check" wine build-com/com/brelvane_com_client_check.exe || status=1
-if [ -f com/tests/registration.sh ]; then
-  timed "registration checks" sh com/tests/registration.sh build-com || status=1
-fi
+timed "launch, event and database suites" \
+  env BRELVANE_NATIVE="$root/$tool" sh com/tests/launch/run.sh build-com || status=1
+# Last: it unregisters the DLL and registers it again per user.
+timed "registration checks" sh com/tests/registration.sh build-com || status=1
 wait "$x86" || { cat build-com/x86.log; status=1; }
 tail -n 1 build-com/x86.log
 exit "$status"

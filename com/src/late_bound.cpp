@@ -30,7 +30,11 @@ DISPID LateBound::idOf(std::string_view name) {
       hr = ex->GetDispID(bstr.get(), fdexNameCaseInsensitive, &id);
     }
   }
-  if (FAILED(hr)) throw AutomationError::of(err::kUnknownMember, std::string(name));
+  // A name the object does not have is 438, as for a script; any other
+  // failure (a type library the object cannot find, say) keeps its HRESULT.
+  if (hr == DISP_E_UNKNOWNNAME || hr == DISP_E_MEMBERNOTFOUND)
+    throw AutomationError::of(err::kUnknownMember, std::string(name));
+  if (FAILED(hr)) throw AutomationError(static_cast<int32_t>(hr), "", std::string(name));
   ids_.emplace_back(std::string(name), id);
   return id;
 }
