@@ -1,7 +1,6 @@
 #include "class_factory.h"
 
-#include <atomic>
-
+#include "com_object.h"
 #include "errors.h"
 #include "module.h"
 #include "server_object.h"
@@ -12,26 +11,13 @@ namespace {
 
 /// The class object of one creatable class. It counts as a live object of
 /// the module while a client holds it.
-class ClassObject final : public IClassFactory {
+class ClassObject final : public ComObject<IClassFactory> {
  public:
-  explicit ClassObject(const ClassIdentity& identity) : identity_(identity) { objectCreated(); }
-  ~ClassObject() { objectDestroyed(); }
+  explicit ClassObject(const ClassIdentity& identity) : identity_(identity) {}
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    if (!IsEqualGUID(iid, IID_IUnknown) && !IsEqualGUID(iid, IID_IClassFactory)) {
-      *out = nullptr;
-      return E_NOINTERFACE;
-    }
-    *out = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
+    const bool known = IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IClassFactory);
+    return answer(known ? static_cast<IClassFactory*>(this) : nullptr, out);
   }
 
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
@@ -53,7 +39,6 @@ class ClassObject final : public IClassFactory {
   }
 
  private:
-  std::atomic<ULONG> refs_{1};
   const ClassIdentity& identity_;
 };
 

@@ -1,43 +1,18 @@
 #include "events.h"
 
-#include <atomic>
 #include <string>
 #include <vector>
 
+#include "com_object.h"
 #include "dispids.h"
 #include "errors.h"
 #include "identity.h"
-#include "module.h"
 #include "text.h"
 #include "variant_conv.h"
 
 namespace brelvane::com {
 
 namespace {
-
-/// The platform type of a parameter passed by reference to a sink, as the
-/// type library declares it: a compiled sink reads exactly that type.
-VARTYPE byRefType(const ParamInfo& p) {
-  switch (p.type) {
-    case ParamType::Boolean:
-      return VT_BOOL;
-    case ParamType::Integer:
-      return VT_I2;
-    case ParamType::Long:
-      return VT_I4;
-    case ParamType::Double:
-      return VT_R8;
-    case ParamType::String:
-      return VT_BSTR;
-    case ParamType::Date:
-      return VT_DATE;
-    case ParamType::Object:
-      return VT_DISPATCH;
-    case ParamType::Variant:
-      return VT_VARIANT;
-  }
-  return VT_VARIANT;
-}
 
 /// An advised sink as a core event sink: each event is called by its fixed
 /// identifier, arguments last first, the by-reference ones through typed
@@ -72,7 +47,8 @@ class Sink final : public Dispatch {
         slot = values[i];
         continue;
       }
-      const VARTYPE type = byRefType(p);
+      // The type the type library declares: a compiled sink reads exactly that.
+      const VARTYPE type = vartypeOf(p.type);
       if (type != VT_VARIANT &&
           FAILED(VariantChangeTypeEx(&values[i], &values[i], LOCALE_INVARIANT, 0, type)))
         throw AutomationError::of(err::kTypeMismatch, p.name);
@@ -99,34 +75,18 @@ class Sink final : public Dispatch {
   const ClassInfo& info_;
 };
 
-class ConnectionPoint final : public IConnectionPoint {
+class ConnectionPoint final : public ComObject<IConnectionPoint> {
  public:
   ConnectionPoint(IConnectionPointContainer* owner,
                   std::shared_ptr<ConnectionPointContainer> events, const ClassInfo& info)
       : owner_(owner), events_(std::move(events)), info_(info) {
     owner_->AddRef();
-    objectCreated();
   }
-  ~ConnectionPoint() {
-    owner_->Release();
-    objectDestroyed();
-  }
+  ~ConnectionPoint() override { owner_->Release(); }
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    if (!IsEqualGUID(iid, IID_IUnknown) && !IsEqualGUID(iid, IID_IConnectionPoint)) {
-      *out = nullptr;
-      return E_NOINTERFACE;
-    }
-    *out = static_cast<IConnectionPoint*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
+    const bool known = IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IConnectionPoint);
+    return answer(known ? static_cast<IConnectionPoint*>(this) : nullptr, out);
   }
 
   HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID* iid) override {
@@ -170,7 +130,6 @@ class ConnectionPoint final : public IConnectionPoint {
   }
 
  private:
-  std::atomic<ULONG> refs_{1};
   IConnectionPointContainer* owner_;
   std::shared_ptr<ConnectionPointContainer> events_;
   const ClassInfo& info_;

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "adapters.h"
+#include "com_object.h"
 #include "dispids.h"
 #include "errors.h"
 #include "events.h"
@@ -53,16 +53,11 @@ constexpr UINT kMaxArguments = 16;
 /// First identifier given to the names of an object without a description.
 constexpr DISPID kFirstDynamicId = 1000;
 
-class ServerObject final : public IDispatch,
-                           public ISupportErrorInfo,
-                           public IConnectionPointContainer,
-                           public IProvideClassInfo2 {
+class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConnectionPointContainer,
+                                            IProvideClassInfo2> {
  public:
   ServerObject(std::shared_ptr<Dispatch> core, const ClassIdentity* identity)
-      : core_(std::move(core)), identity_(identity), info_(core_->classInfo()) {
-    objectCreated();
-  }
-  ~ServerObject() { objectDestroyed(); }
+      : core_(std::move(core)), identity_(identity), info_(core_->classInfo()) {}
 
   const std::shared_ptr<Dispatch>& core() const { return core_; }
   /// True for an object of this module: another module linking the same
@@ -77,29 +72,19 @@ class ServerObject final : public IDispatch,
       *out = static_cast<IDispatch*>(this);
       return S_OK;
     }
+    void* answered = nullptr;
     if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IDispatch) ||
-        (identity_ && IsEqualGUID(iid, identity_->iid))) {
-      *out = static_cast<IDispatch*>(this);
-    } else if (IsEqualGUID(iid, IID_ISupportErrorInfo)) {
-      *out = static_cast<ISupportErrorInfo*>(this);
-    } else if (IsEqualGUID(iid, IID_IConnectionPointContainer) && events()) {
-      *out = static_cast<IConnectionPointContainer*>(this);
-    } else if ((IsEqualGUID(iid, IID_IProvideClassInfo) ||
-                IsEqualGUID(iid, IID_IProvideClassInfo2)) &&
-               identity_) {
-      *out = static_cast<IProvideClassInfo2*>(this);
-    } else {
-      *out = nullptr;
-      return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
+        (identity_ && IsEqualGUID(iid, identity_->iid)))
+      answered = static_cast<IDispatch*>(this);
+    else if (IsEqualGUID(iid, IID_ISupportErrorInfo))
+      answered = static_cast<ISupportErrorInfo*>(this);
+    else if (IsEqualGUID(iid, IID_IConnectionPointContainer) && events())
+      answered = static_cast<IConnectionPointContainer*>(this);
+    else if ((IsEqualGUID(iid, IID_IProvideClassInfo) ||
+              IsEqualGUID(iid, IID_IProvideClassInfo2)) &&
+             identity_)
+      answered = static_cast<IProvideClassInfo2*>(this);
+    return answer(answered, out);
   }
 
   // ISupportErrorInfo
@@ -293,7 +278,6 @@ class ServerObject final : public IDispatch,
 
   static inline const char kModuleMarker = 0;
   const char* module_ = &kModuleMarker;
-  std::atomic<ULONG> refs_{1};
   std::shared_ptr<Dispatch> core_;
   const ClassIdentity* identity_;
   const ClassInfo* info_;

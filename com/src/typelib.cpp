@@ -43,28 +43,6 @@ void check(HRESULT hr) {
   throw Failure{hr};
 }
 
-VARTYPE vartypeOf(ParamType type) {
-  switch (type) {
-    case ParamType::Boolean:
-      return VT_BOOL;
-    case ParamType::Integer:
-      return VT_I2;
-    case ParamType::Long:
-      return VT_I4;
-    case ParamType::Double:
-      return VT_R8;
-    case ParamType::String:
-      return VT_BSTR;
-    case ParamType::Date:
-      return VT_DATE;
-    case ParamType::Object:
-      return VT_DISPATCH;
-    case ParamType::Variant:
-      break;
-  }
-  return VT_VARIANT;
-}
-
 /// An optional parameter without a default is a VARIANT whatever its type,
 /// so that its omission stays visible to the callee.
 bool passedAsVariant(const ParamInfo& p) {

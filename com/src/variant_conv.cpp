@@ -274,36 +274,35 @@ bool writeBack(const Variant& value, VARIANT& slot) {
   }
 }
 
-bool coerceArgument(VARIANT& value, ParamType type) {
-  VARTYPE target = VT_EMPTY;
+VARTYPE vartypeOf(ParamType type) {
   switch (type) {
-    case ParamType::Variant:
-      return true;
     case ParamType::Boolean:
-      target = VT_BOOL;
-      break;
+      return VT_BOOL;
     case ParamType::Integer:
-      target = VT_I2;
-      break;
+      return VT_I2;
     case ParamType::Long:
-      target = VT_I4;
-      break;
+      return VT_I4;
     case ParamType::Double:
-      target = VT_R8;
-      break;
+      return VT_R8;
     case ParamType::String:
-      target = VT_BSTR;
-      break;
+      return VT_BSTR;
     case ParamType::Date:
-      target = VT_DATE;
+      return VT_DATE;
+    case ParamType::Object:
+      return VT_DISPATCH;
+    case ParamType::Variant:
       break;
-    case ParamType::Object: {
-      VARTYPE t = value.vt & ~VT_BYREF;
-      return t == VT_DISPATCH || t == VT_UNKNOWN || t == VT_EMPTY ||
-             (t == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND);
-    }
   }
+  return VT_VARIANT;
+}
+
+bool coerceArgument(VARIANT& value, ParamType type) {
   const VARTYPE current = value.vt & ~VT_BYREF;
+  if (type == ParamType::Variant) return true;
+  if (type == ParamType::Object)
+    return current == VT_DISPATCH || current == VT_UNKNOWN || current == VT_EMPTY ||
+           (current == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND);
+  const VARTYPE target = vartypeOf(type);
   if (current == target || current == VT_EMPTY || current == VT_NULL || current == VT_ERROR)
     return true;
   return SUCCEEDED(

@@ -30,6 +30,9 @@ void toVariant(const Variant& value, VARIANT& out);
 /// converted to the slot's own type; false when it cannot be.
 bool writeBack(const Variant& value, VARIANT& slot);
 
+/// The platform type of a declared type (VT_VARIANT for Variant).
+VARTYPE vartypeOf(ParamType type);
+
 /// Coerces an incoming argument to the declared type of its parameter, the
 /// way the platform coerces (VariantChangeTypeEx, invariant locale, True and
 /// False as words), so that the text of a number never depends on the
