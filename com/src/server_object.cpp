@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -29,9 +30,13 @@ struct Member {
 };
 
 /// The members of a class description, in identifier order, from the
-/// checked-in table; built once per class.
+/// checked-in table; built once per class. Objects of an apartment-threaded
+/// server may live in several apartments at once, so the first use of a
+/// class is serialised; each object then keeps its table.
 const std::vector<Member>& membersOf(const ClassInfo& info) {
+  static std::mutex guard;
   static std::map<const ClassInfo*, std::vector<Member>> cache;
+  std::lock_guard lock(guard);
   auto [it, fresh] = cache.try_emplace(&info);
   if (!fresh) return it->second;
   const std::string_view owner = std::string_view(info.progId).substr(info.progId.find('.') + 1);
@@ -57,7 +62,10 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
                                             IProvideClassInfo2> {
  public:
   ServerObject(std::shared_ptr<Dispatch> core, const ClassIdentity* identity)
-      : core_(std::move(core)), identity_(identity), info_(core_->classInfo()) {}
+      : core_(std::move(core)),
+        identity_(identity),
+        info_(core_->classInfo()),
+        members_(info_ ? &membersOf(*info_) : nullptr) {}
 
   const std::shared_ptr<Dispatch>& core() const { return core_; }
   /// True for an object of this module: another module linking the same
@@ -175,7 +183,7 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
 
   DISPID idOf(const std::string& name) {
     if (info_) {
-      for (const auto& m : membersOf(*info_))
+      for (const auto& m : *members_)
         if (sameName(m.name, name)) return m.id;
       return DISPID_UNKNOWN;
     }
@@ -188,7 +196,7 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
   /// The member of an identifier; false when there is none.
   bool memberOf(DISPID id, Member& out) const {
     if (info_) {
-      const auto& members = membersOf(*info_);
+      const auto& members = *members_;
       auto it = std::lower_bound(members.begin(), members.end(), id,
                                  [](const Member& m, DISPID d) { return m.id < d; });
       if (it == members.end() || it->id != id) return false;
@@ -281,6 +289,7 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
   std::shared_ptr<Dispatch> core_;
   const ClassIdentity* identity_;
   const ClassInfo* info_;
+  const std::vector<Member>* members_;  ///< of info_, when there is one
   std::vector<std::string> dynamicNames_;
 };
 
