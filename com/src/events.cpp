@@ -32,13 +32,8 @@ class Sink final : public Dispatch {
     if (!event || id == DISPID_UNKNOWN || args.size() != event->params.size())
       throw AutomationError::of(err::kUnknownMember, std::string(name));
     const size_t n = args.size();
-    std::vector<VARIANT> values(n), slots(n);
-    struct Clear {
-      std::vector<VARIANT>& v;
-      ~Clear() {
-        for (auto& x : v) VariantClear(&x);
-      }
-    } clear{values};
+    VariantList values(n);
+    std::vector<VARIANT> slots(n);
     for (size_t i = 0; i < n; ++i) {
       const ParamInfo& p = event->params[i];
       toVariant(args[i], values[i]);

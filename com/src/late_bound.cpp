@@ -43,14 +43,8 @@ void LateBound::invoke(std::string_view name, WORD flags, std::span<Variant> arg
                        VARIANT& result) {
   const DISPID id = idOf(name);
   const size_t n = args.size();
-  std::vector<VARIANT> values(n), refs(n);
-  for (size_t i = 0; i < n; ++i) VariantInit(&values[i]);
-  struct Release {
-    std::vector<VARIANT>& v;
-    ~Release() {
-      for (auto& x : v) VariantClear(&x);
-    }
-  } release{values};
+  VariantList values(n);
+  std::vector<VARIANT> refs(n);
   for (size_t i = 0; i < n; ++i) {
     toVariant(args[i], values[i]);
     // Arguments go last first.

@@ -15,12 +15,31 @@
 #include <oaidl.h>
 
 #include <string_view>
+#include <vector>
 
 #include "brelvane/automation/dispatch.h"
 
 namespace brelvane::com {
 
 Variant fromVariant(const VARIANT& value, std::string_view declaredType = {});
+
+/// VARIANTs that start Empty and are cleared when the list goes: the
+/// arguments of one outgoing call.
+class VariantList {
+ public:
+  explicit VariantList(size_t n) : values_(n) {
+    for (auto& v : values_) VariantInit(&v);
+  }
+  VariantList(const VariantList&) = delete;
+  VariantList& operator=(const VariantList&) = delete;
+  ~VariantList() {
+    for (auto& v : values_) VariantClear(&v);
+  }
+  VARIANT& operator[](size_t i) { return values_[i]; }
+
+ private:
+  std::vector<VARIANT> values_;
+};
 
 /// Writes `value` into `out`, which must be cleared or uninitialised; the
 /// caller clears it later.
