@@ -3,10 +3,13 @@
 #include "registration.h"
 #include <oleauto.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 #include <wrl/client.h>
 
+#include "brelvane/version.h"
 #include "identity.h"
 #include "module.h"
 #include "text.h"
@@ -137,6 +140,61 @@ HRESULT unregisterAll(Scope scope) {
   return result;
 }
 
+/// The assembly's name: not the DLL's, so that a loader probing for the
+/// assembly never mistakes the DLL (which carries no manifest) for it.
+constexpr char kAssemblyName[] = "brelvane.sxs";
+/// The platform's proxy and stub for every dispatch interface.
+constexpr GUID kProxyForDispatch = {0x00020420, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+/// The side-by-side manifest of the DLL and its type library: each class
+/// with its ProgIDs and threading model, and each dispatch interface
+/// marshalled by the platform's own proxy for dispatch interfaces.
+std::string assemblyManifest() {
+  const std::string lib = narrow(guidText(kLibId));
+  const std::string version = std::to_string(kLibMajor) + "." + std::to_string(kLibMinor);
+#ifdef _WIN64
+  const char* architecture = "amd64";
+#else
+  const char* architecture = "x86";
+#endif
+  std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+                    "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">\r\n"
+                    "  <assemblyIdentity type=\"win32\" name=\"" + std::string(kAssemblyName) +
+                    "\" version=\"" BRELVANE_VERSION ".0\" processorArchitecture=\"" +
+                    architecture + "\"/>\r\n  <file name=\"brelvane.dll\">\r\n";
+  std::string proxies;
+  for (const auto& c : kClasses) {
+    const std::string name = narrow(c.name), progId(c.progId);
+    xml += "    <comClass clsid=\"" + narrow(guidText(c.clsid)) + "\" progid=\"" + progId + "." +
+           std::to_string(kLibMajor) + "\" threadingModel=\"Apartment\" tlbid=\"" + lib +
+           "\" description=\"" + name + "\">\r\n      <progid>" + progId +
+           "</progid>\r\n    </comClass>\r\n";
+    auto proxy = [&](const GUID& iid, const std::string& interfaceName) {
+      proxies += "  <comInterfaceExternalProxyStub name=\"" + interfaceName + "\" iid=\"" +
+                 narrow(guidText(iid)) + "\" proxyStubClsid32=\"" +
+                 narrow(guidText(kProxyForDispatch)) + "\" tlbid=\"" + lib + "\"/>\r\n";
+    };
+    proxy(c.iid, "_" + name);
+    if (c.hasEvents) proxy(kDiidConnectEvents, narrow(kEventInterfaceName));
+  }
+  xml += "  </file>\r\n  <file name=\"brelvane.tlb\">\r\n    <typelib tlbid=\"" + lib +
+         "\" version=\"" + version + "\" helpdir=\"\"/>\r\n  </file>\r\n" + proxies +
+         "</assembly>\r\n";
+  return xml;
+}
+
+HRESULT writeManifest() {
+  const std::wstring dll = modulePath();
+  if (dll.empty()) return HRESULT_FROM_WIN32(GetLastError());
+  if (HRESULT hr = writeTypeLibrary(typeLibraryPath(dll)); FAILED(hr)) return hr;
+  const std::wstring path =
+      dll.substr(0, dll.find_last_of(L"\\/") + 1) + widen(kAssemblyName) + L".manifest";
+  std::ofstream out(std::filesystem::path(path), std::ios::binary);
+  out << assemblyManifest();
+  out.close();
+  return out ? S_OK : E_FAIL;
+}
+
 /// Runs a registration step; no exception crosses the DLL's boundary.
 template <class F>
 HRESULT guarded(F step) noexcept {
@@ -157,6 +215,10 @@ HRESULT registerServer(Scope scope) noexcept {
   return hr;
 }
 
+HRESULT writeAssemblyManifest() noexcept {
+  return guarded(writeManifest);
+}
+
 HRESULT unregisterServer(Scope scope) noexcept {
   return guarded([scope] { return unregisterAll(scope); });
 }
@@ -175,10 +237,15 @@ extern "C" HRESULT WINAPI DllUnregisterServer() {
 
 /// regsvr32 /i:user /n registers for the current user only, /u /i:user /n
 /// unregisters; without a command line it is the per-machine registration.
+/// regsvr32 /i:manifest /n writes the files of registration-free use.
 extern "C" HRESULT WINAPI DllInstall(BOOL install, LPCWSTR cmdLine) {
+  auto is = [cmdLine](const wchar_t* word) {
+    return CompareStringOrdinal(cmdLine, -1, word, -1, TRUE) == CSTR_EQUAL;
+  };
   Scope scope = Scope::Machine;
   if (cmdLine && *cmdLine) {
-    if (CompareStringOrdinal(cmdLine, -1, L"user", -1, TRUE) != CSTR_EQUAL) return E_INVALIDARG;
+    if (is(L"manifest")) return install ? brelvane::com::writeAssemblyManifest() : S_OK;
+    if (!is(L"user")) return E_INVALIDARG;
     scope = Scope::User;
   }
   return install ? brelvane::com::registerServer(scope) : brelvane::com::unregisterServer(scope);

@@ -13,6 +13,11 @@ enum class Scope { Machine, User };
 /// class's ProgIDs and CLSID keys. On a failure whatever was registered
 /// is removed again. No exception leaves either function.
 HRESULT registerServer(Scope scope) noexcept;
+/// Writes what a host needs to use the DLL from its own folder without
+/// registering it: brelvane.tlb and the side-by-side assembly manifest
+/// brelvane.sxs.manifest beside the DLL (regsvr32 /n /i:manifest). Nothing
+/// goes into the registry.
+HRESULT writeAssemblyManifest() noexcept;
 /// Removes exactly the keys registerServer writes, and the type library's
 /// registration; the .tlb file stays, another scope may be using it.
 HRESULT unregisterServer(Scope scope) noexcept;
