@@ -1,10 +1,8 @@
 #pragma once
-// The checked-in table of dispatch identifiers (dispids.cpp).
+// The checked-in table of dispatch identifiers (dispids.cpp). Portable: the
+// native generator of the vtable slots reads it too.
 
-#include <windows.h>
-
-#include <oaidl.h>
-
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -13,7 +11,7 @@ namespace brelvane::com {
 struct DispIdRow {
   std::string_view owner;   ///< the class ("CLSCI_LOOKUP") or event interface ("__CLSCI_CONNECT")
   std::string_view member;  ///< as the registry spells it
-  DISPID id;
+  std::int32_t id;
 };
 
 std::span<const DispIdRow> dispIdRows();

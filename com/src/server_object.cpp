@@ -10,6 +10,7 @@
 #include "adapters.h"
 #include "com_object.h"
 #include "dispids.h"
+#include "dual.h"
 #include "errors.h"
 #include "events.h"
 #include "module.h"
@@ -65,7 +66,8 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
       : core_(std::move(core)),
         identity_(identity),
         info_(core_->classInfo()),
-        members_(info_ ? &membersOf(*info_) : nullptr) {}
+        members_(info_ ? &membersOf(*info_) : nullptr),
+        dual_{identity_ ? dualVtableOf(narrow(identity_->name)) : nullptr, this} {}
 
   const std::shared_ptr<Dispatch>& core() const { return core_; }
   /// True for an object of this module: another module linking the same
@@ -81,8 +83,12 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
       return S_OK;
     }
     void* answered = nullptr;
-    if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IDispatch) ||
-        (identity_ && IsEqualGUID(iid, identity_->iid)))
+    // A class's dual interface is also its IDispatch: a client holding
+    // either reaches the vtable through the interface it asked for.
+    if ((IsEqualGUID(iid, IID_IDispatch) || (identity_ && IsEqualGUID(iid, identity_->iid))) &&
+        dual_.vtable)
+      answered = &dual_;
+    else if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IDispatch))
       answered = static_cast<IDispatch*>(this);
     else if (IsEqualGUID(iid, IID_ISupportErrorInfo))
       answered = static_cast<ISupportErrorInfo*>(this);
@@ -290,6 +296,7 @@ class ServerObject final : public ComObject<IDispatch, ISupportErrorInfo, IConne
   const ClassIdentity* identity_;
   const ClassInfo* info_;
   const std::vector<Member>* members_;  ///< of info_, when there is one
+  DualView dual_;                       ///< the dual interface of a class
   std::vector<std::string> dynamicNames_;
 };
 

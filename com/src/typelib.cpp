@@ -1,7 +1,8 @@
 // Generation of the type library from the registry (see typelib.h).
 //
-// Each class of identity.h gets a dispatch interface "_NAME" with one
-// function per property accessor and per method, and a coclass NAME whose
+// Each class of identity.h gets a dual interface "_NAME", with one function
+// per property accessor and per method in the vtable order of
+// vtable_layout.h (LayOut gives each its offset), and a coclass NAME whose
 // default interface it is; a class with events gets the source interface
 // "__NAME". The registry's enumerations become enum types, which members
 // declared with their name refer to. A member declared with a type of some
@@ -20,6 +21,7 @@
 #include "module.h"
 #include "text.h"
 #include "variant_conv.h"
+#include "vtable_layout.h"
 
 #ifndef BRELVANE_DESCRIPTION
 #define BRELVANE_DESCRIPTION "Brelvane"
@@ -41,12 +43,6 @@ void check(HRESULT hr) {
 [[noreturn]] void fail(HRESULT hr, const std::wstring& what) {
   OutputDebugStringW((L"brelvane.tlb: " + what + L"\n").c_str());
   throw Failure{hr};
-}
-
-/// An optional parameter without a default is a VARIANT whatever its type,
-/// so that its omission stays visible to the callee.
-bool passedAsVariant(const ParamInfo& p) {
-  return p.optional && p.defaultValue.isMissing();
 }
 
 /// A default value as a VARIANT of the parameter's type (of its own kind
@@ -157,8 +153,8 @@ class Writer {
     auto coclass = create(name, TKIND_COCLASS, &identity.clsid, c.doc);
     check(coclass->SetTypeFlags(TYPEFLAG_FCANCREATE));
 
-    auto methods = create(L"_" + name, TKIND_DISPATCH, &identity.iid, c.doc);
-    check(methods->SetTypeFlags(TYPEFLAG_FDISPATCHABLE));
+    auto methods = create(L"_" + name, TKIND_INTERFACE, &identity.iid, c.doc);
+    check(methods->SetTypeFlags(TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDISPATCHABLE));
     implement(methods.Get(), 0, dispatch_.Get(), 0);
     addMembers(methods.Get(), name, c);
     implement(coclass.Get(), 0, typeInfoOf(methods).Get(), IMPLTYPEFLAG_FDEFAULT);
@@ -171,44 +167,47 @@ class Writer {
     UINT index = 0;
     for (const auto& e : c.events)
       addFunction(events.Get(), index++, dispIdOf(sourceName, e.name), INVOKE_FUNC, e.name,
-                  e.params, nullptr, helpOf({}, e.params));
+                  e.params, nullptr, helpOf({}, e.params), false);
     implement(coclass.Get(), 1, typeInfoOf(events).Get(),
               IMPLTYPEFLAG_FDEFAULT | IMPLTYPEFLAG_FSOURCE);
   }
 
   void addMembers(ICreateTypeInfo* info, const std::wstring& owner, const ClassInfo& c) {
+    // Every member of the registry has its identifier: the table may not
+    // drop one silently.
+    for (const auto& p : c.properties) dispIdOf(owner, p.name);
+    for (const auto& m : c.methods) dispIdOf(owner, m.name);
     UINT index = 0;
-    for (const auto& p : c.properties) {
-      const DISPID id = dispIdOf(owner, p.name);
+    for (const VtableEntry& e : vtableOf(c, narrow(owner))) {
       ParamInfo value;
-      value.type = p.type;
-      value.typeName = p.typeName;
-      const std::span<const ParamInfo> one(&value, 1);
-      const std::wstring help = helpOf(p.doc, one);
-      const std::pair<bool, INVOKEKIND> accessors[] = {{p.canGet, INVOKE_PROPERTYGET},
-                                                       {p.canPut, INVOKE_PROPERTYPUT},
-                                                       {p.canPutRef, INVOKE_PROPERTYPUTREF}};
-      for (const auto& [allowed, kind] : accessors) {
-        if (!allowed) continue;
-        const bool get = kind == INVOKE_PROPERTYGET;
-        addFunction(info, index++, id, kind, p.name, get ? std::span<const ParamInfo>() : one,
-                    get ? &value : nullptr, help);
+      if (e.property) {
+        value.type = e.property->type;
+        value.typeName = e.property->typeName;
+        const std::span<const ParamInfo> one(&value, 1);
+        const bool get = e.accessor == Accessor::Get;
+        const INVOKEKIND kind = get                             ? INVOKE_PROPERTYGET
+                                : e.accessor == Accessor::Put ? INVOKE_PROPERTYPUT
+                                                              : INVOKE_PROPERTYPUTREF;
+        addFunction(info, index++, e.dispId, kind, e.property->name,
+                    get ? std::span<const ParamInfo>() : one, get ? &value : nullptr,
+                    helpOf(e.property->doc, one), true);
+        continue;
       }
-    }
-    for (const auto& m : c.methods) {
-      ParamInfo result;
-      if (m.result) result.type = *m.result, result.typeName = paramTypeName(*m.result);
-      addFunction(info, index++, dispIdOf(owner, m.name), INVOKE_FUNC, m.name, m.params,
-                  m.result ? &result : nullptr, helpOf(m.doc, m.params));
+      const MethodInfo& m = *e.method;
+      if (m.result) value.type = *m.result, value.typeName = paramTypeName(*m.result);
+      addFunction(info, index++, e.dispId, INVOKE_FUNC, m.name, m.params,
+                  m.result ? &value : nullptr, helpOf(m.doc, m.params), true);
     }
   }
 
   /// A property's put functions take the value as their one, unnamed,
-  /// parameter; every other function names all of its parameters.
+  /// parameter; every other function names all of its parameters. A
+  /// function of the dual interface returns an HRESULT and hands its result
+  /// back through a last [out, retval] parameter.
   void addFunction(ICreateTypeInfo* info, UINT index, DISPID id, INVOKEKIND kind,
                    const std::string& name, std::span<const ParamInfo> params,
-                   const ParamInfo* result, const std::wstring& help) {
-    std::vector<Elem> elems(params.size());
+                   const ParamInfo* result, const std::wstring& help, bool vtable) {
+    std::vector<Elem> elems(params.size() + 1);
     std::vector<ELEMDESC> descs;
     for (size_t i = 0; i < params.size(); ++i) {
       const ParamInfo& p = params[i];
@@ -228,7 +227,17 @@ class Writer {
       descs.push_back(e.desc);
     }
     Elem returned;
-    if (result)
+    if (result && vtable) {
+      ParamInfo out = *result;
+      out.byRef = true;
+      Elem& e = elems.back();
+      declare(e, info, out);
+      e.desc.paramdesc.wParamFlags = PARAMFLAG_FOUT | PARAMFLAG_FRETVAL;
+      descs.push_back(e.desc);
+    }
+    if (vtable)
+      returned.desc.tdesc.vt = VT_HRESULT;
+    else if (result)
       declare(returned, info, *result);
     else
       returned.desc.tdesc.vt = VT_VOID;
@@ -236,10 +245,10 @@ class Writer {
     FUNCDESC f{};
     f.memid = id;
     f.lprgelemdescParam = descs.data();
-    f.funckind = FUNC_DISPATCH;
+    f.funckind = vtable ? FUNC_PUREVIRTUAL : FUNC_DISPATCH;
     f.invkind = kind;
     f.callconv = CC_STDCALL;
-    f.cParams = static_cast<SHORT>(params.size());
+    f.cParams = static_cast<SHORT>(descs.size());
     f.elemdescFunc = returned.desc;
     check(info->AddFuncDesc(index, &f));
 
