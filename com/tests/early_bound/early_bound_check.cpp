@@ -5,6 +5,7 @@
 // the demo host, then compares the outcome (HRESULT, result, by-reference
 // outputs) and every property afterwards. Needs brelvane.dll and the test
 // host registered. Prints a line per difference and a count; exit 1 on one.
+// A typed call through the generated header's declarations comes first.
 #include <windows.h>
 #include <oleauto.h>
 
@@ -12,10 +13,9 @@
 #include <string>
 #include <vector>
 
-namespace {
+#include "brelvane_com.h"
 
-constexpr GUID kLibId = {
-    0x77F5CCFA, 0xBC01, 0x44EA, {0xAF, 0xD7, 0x56, 0x6D, 0x24, 0xE9, 0x04, 0xA3}};
+namespace {
 
 IDispatch* create(const wchar_t* progId) {
   CLSID clsid;
@@ -236,11 +236,33 @@ int main() {
   CoInitialize(nullptr);
   ITypeLib* lib = nullptr;
   IDispatch* host = create(L"BrelvaneTest.DemoHost");
-  if (FAILED(LoadRegTypeLib(kLibId, 1, 0, 0, &lib)) || !host) {
+  if (FAILED(LoadRegTypeLib(LIBID_Brelvane, 1, 0, 0, &lib)) || !host) {
     std::printf("FAIL the type library or the test host is not registered\n");
     return 1;
   }
+  // Through the header: the lookup of cost natures, its SQL read back both ways.
+  _CLSCI_LOOKUP* lookup = nullptr;
+  BSTR typed = nullptr;
+  VARIANT late;
+  VariantInit(&late);
+  DISPID sqlId;
+  LPOLESTR sqlName = const_cast<LPOLESTR>(L"Str_Sql");
+  DISPPARAMS none{};
+  const bool headerHolds =
+      SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER, IID__CLSCI_LOOKUP,
+                                 reinterpret_cast<void**>(&lookup))) &&
+      SUCCEEDED(lookup->putref_ActiveInterface(host)) && SUCCEEDED(lookup->NatureCosti()) &&
+      SUCCEEDED(lookup->get_Str_Sql(&typed)) && SysStringLen(typed) > 0 &&
+      SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
+      SUCCEEDED(lookup->Invoke(sqlId, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &late, nullptr,
+                               nullptr)) &&
+      late.vt == VT_BSTR && std::wstring(typed) == late.bstrVal;
+  std::printf("%s a typed call through brelvane_com.h\n", headerHolds ? "ok  " : "FAIL");
+  SysFreeString(typed);
+  VariantClear(&late);
+  if (lookup) lookup->Release();
   Check check{host};
+  check.differences += !headerHolds;
   int classes = 0;
   for (UINT i = 0; i < lib->GetTypeInfoCount(); ++i) {
     ITypeInfo* coclass = nullptr;
