@@ -1,7 +1,8 @@
-// Processing runs and cost sheets: what the golden scenarios cannot see,
-// since they compare texts without line-end blanks and read no private
-// state: the pinned padding of the order-movement kinds, and the language
-// code that the sheet-header lookups leave to later lookups.
+// What the golden scenarios cannot see, since they compare texts without
+// line-end blanks and read no private state: the pinned padding of the
+// order-movement kinds and of the accounts of industrial and spending
+// charts, and the language code that the sheet-header lookups leave to
+// later lookups.
 #include <string>
 
 #include "brelvane/lookup/clsci_lookup.h"
@@ -29,6 +30,23 @@ TEST(OrderMovementKinds, LinesKeepTheirPadding) {
              padded(" FROM    CI90_INDICATORI   WITH(NOLOCK)", 43),
              padded(" WHERE   CI90_CODICE = 3", 43), padded(" ORDER BY CI90_VALORE ASC", 43)});
   EXPECT_EQ(lookup->Str_Sql, expected);
+}
+
+TEST(ChartAccounts, TheNaturesLineEndsInABlank) {
+  for (int kind : {1, 2}) {
+    World world;
+    auto lookup = world.create<CLSCI_LOOKUP>();
+    lookup->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"Code", 5}}}});
+    lookup->Connessione = world.connection(
+        {{"kind", "connection"},
+         {"results", {{{"match", "PC01_DESCRPDC"},
+                       {"columns", {"PC01_INDTIPOPDC"}},
+                       {"rows", Json::array({Json::array({kind})})}}}}});
+    call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{20})});
+    EXPECT_NE(lookup->Str_Sql.find(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, 5) \r\n"),
+              std::string::npos)
+        << kind;
+  }
 }
 
 TEST(SheetHeaders, LeaveTheLanguageCodeForLaterLookups) {
