@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # The COM server under Wine. Cross-builds the x64 DLLs (build-com) and
-# registers brelvane.dll and the test host in a private prefix
-# (build-com/prefix); runs the VBScript suites of com/tests/comsuite.py
-# against the native tool with each host, the compiled client check, the
-# launcher, event and database suites of com/tests/launch, and
-# com/tests/registration.sh. The native tool is build-test's when the plain
-# step built it. (`scripts/test.sh com32` builds the x86 DLL.)
+# registers brelvane.dll and the test host (a class of the stand-ins' DLL)
+# in a private prefix (build-com/prefix); runs the VBScript suites of
+# com/tests/comsuite.py against the native tool with each host, the
+# compiled client check, the launcher, event and database suites of
+# com/tests/launch, and com/tests/registration.sh. The native tool is
+# build-test's when the plain step built it. (`scripts/test.sh com32`
+# builds the x86 DLL.)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -46,11 +47,12 @@ timed "x64 build" cross build-com x86_64
 # From here on a failure is counted, not fatal, so that every check runs.
 export WINEPREFIX="$root/build-com/prefix" WINEDEBUG=-all
 trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
-register() {
+register() {  # brelvane.dll, and of the stand-ins' DLL only the test host
   wineboot -i >/dev/null 2>&1
-  for dll in build-com/com/brelvane.dll build-com/com/tests/testhost/brelvane_testhost.dll; do
-    wine regsvr32 /s "$(winepath -w "$dll")" || { echo "regsvr32 failed for $dll" >&2; return 1; }
-  done
+  wine regsvr32 /s "$(winepath -w build-com/com/brelvane.dll)" &&
+    wine regsvr32 /s /n /i:BrelvaneTest.DemoHost \
+      "$(winepath -w build-com/com/tests/launch/brelvane_launcher_standin.dll)" ||
+    { echo "regsvr32 failed" >&2; return 1; }
 }
 status=0
 timed "prefix and registration" register || status=1
