@@ -3,9 +3,9 @@
 # registers brelvane.dll and the test host (a class of the stand-ins' DLL)
 # in a private prefix (build-com/prefix); runs the VBScript suites of
 # com/tests/comsuite.py against the native tool with each host, the
-# compiled client check, the launcher, event and database suites of
-# com/tests/launch, and com/tests/registration.sh. The native tool is
-# build-test's when the plain step built it. (`scripts/test.sh com32`
+# launcher, event and database suites and the compiled client check of
+# com/tests/launch/run.sh, and com/tests/registration.sh. The native tool
+# is build-test's when the plain step built it. (`scripts/test.sh com32`
 # builds the x86 DLL.)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -65,8 +65,7 @@ suites() {
   python3 com/tests/comsuite.py compare build-com/comsuite
 }
 timed "suites" suites || status=1
-timed "client check" wine build-com/com/brelvane_com_client_check.exe || status=1
-timed "launch, event and database suites" \
+timed "launch, event and database suites, client check" \
   env BRELVANE_NATIVE="$root/$tool" sh com/tests/launch/run.sh build-com || status=1
 # Last: it unregisters the DLL and registers it again per user.
 timed "registration checks" sh com/tests/registration.sh build-com || status=1

@@ -4,7 +4,8 @@
 # BUILD_DIR/prefix already; this registers the stand-ins there
 # (brelvane_launcher_standin.dll: the launchers, the utility object and
 # ADODB.Command), runs every script, checks that no object of either DLL
-# survives a script, compares, and unregisters the stand-ins again. The
+# survives a script, runs the compiled client check, compares, and
+# unregisters the stand-ins again. The
 # wineserver is left running: the caller stops it.
 #
 #   com/tests/launch/run.sh BUILD_DIR   (BRELVANE_NATIVE=path of the native tool,
@@ -47,8 +48,10 @@ for script in "$out"/*.vbs; do
   report "$name: no object survives (${live:-the script did not finish})" $?
 done
 
-(cd "$build/com/tests/launch" &&
-  wine lifetime_check.exe "$(winepath -w "$out/launch.config")" "$(winepath -w "$out/launch.methods")" |
-  tr -d '\r') || failures=$((failures + 1))
+# The compiled client: events, lifetime, and the launch scenario's sequence from C++.
+wine "$build/com/brelvane_com_client_check.exe" "$(winepath -w "$out/launch.config")" \
+  "$(winepath -w "$out/launch.methods")" >"$out/client.txt"
+report "client check" $?
+tr -d '\r' <"$out/client.txt"
 python3 "$here/launch.py" compare "$out" || failures=$((failures + 1))
 [ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }
