@@ -1,12 +1,12 @@
 // Reads the registered type library back through ITypeInfo and compares it
 // with the registry it describes (registerBrelvane) and with the table of
-// dispatch identifiers. Both sides are written out as the same lines of
-// text, one per enumeration, coclass, interface and function: names,
-// dispatch identifier and invoke kind, parameter names, types by their
-// automation names ("Long*" by reference, an enumeration by its name),
-// flags, defaults, result and help string. A line of one side missing from
-// the other is a disagreement. Run after registering the server; prints one
-// line per disagreement and exits 0 only when there is none.
+// dispatch identifiers. Both sides become the same lines of text, one per
+// enumeration, coclass, interface and function: names, dispatch identifier
+// and invoke kind, parameter names, types by their automation names ("Long*"
+// by reference, an enumeration by its name), flags, defaults, result and
+// help string; a line of one side missing from the other is a disagreement.
+// Run after registering the server; prints one line per disagreement and
+// exits 0 only when there is none.
 #include <windows.h>
 
 #include <oleauto.h>
@@ -14,8 +14,6 @@
 #include <cstdio>
 #include <map>
 #include <set>
-#include <string>
-#include <vector>
 #include <wrl/client.h>
 
 #include "brelvane/brelvane.h"
@@ -27,6 +25,7 @@ using namespace brelvane;
 using namespace brelvane::com;
 using Microsoft::WRL::ComPtr;
 using Lines = std::set<std::string>;
+using Strings = std::vector<std::string>;
 
 namespace {
 
@@ -36,11 +35,9 @@ void expect(bool ok, const std::string& where, const std::string& what) {
   ++checks;
   if (!ok) ++failures, std::printf("FAIL %s: %s\n", where.c_str(), what.c_str());
 }
-
 std::string taken(BSTR text) {  // the text of a BSTR the caller owned
   std::string out = fromBstr(text);
-  SysFreeString(text);
-  return out;
+  return SysFreeString(text), out;
 }
 std::string guidText(const GUID& guid) {
   wchar_t text[39];
@@ -50,18 +47,14 @@ std::string guidText(const GUID& guid) {
 
 // ---- The lines, the same for both sides ------------------------------------
 
-std::string paramText(const std::string& name, const std::string& type, int flags,
-                      const std::string& dflt) {
-  std::string out = name + ":" + type;
-  for (auto [bit, word] : {std::pair{PARAMFLAG_FIN, " in"},
-                           {PARAMFLAG_FOUT, " out"},
-                           {PARAMFLAG_FOPT, " optional"},
-                           {PARAMFLAG_FHASDEFAULT, " default"}})
+std::string paramText(std::string out, int flags, const std::string& dflt) {
+  for (auto [bit, word] : {std::pair{PARAMFLAG_FIN, " in"}, {PARAMFLAG_FOUT, " out"},
+                           {PARAMFLAG_FOPT, " optional"}, {PARAMFLAG_FHASDEFAULT, " default"}})
     if (flags & bit) out += word;
   return dflt.empty() ? out : out + " = " + dflt;
 }
 std::string functionText(const std::string& owner, DISPID id, const std::string& name, int kind,
-                         const std::vector<std::string>& params, const std::string& result,
+                         const Strings& params, const std::string& result,
                          const std::string& help) {
   std::string out = owner + " #" + std::to_string(id) + " " + name +
                     (kind == INVOKE_PROPERTYGET      ? " get("
@@ -89,20 +82,6 @@ std::string baseType(const ParamInfo& p) {
                                                     : std::string(paramTypeName(p.type));
 }
 
-std::string expectedParam(const ParamInfo& p) {
-  const bool hasDefault = p.optional && !p.defaultValue.isMissing();
-  std::string dflt;
-  if (hasDefault) {
-    Variant v = p.defaultValue;
-    dflt = std::string(p.type == ParamType::Variant ? typeName(v.type()) : paramTypeName(p.type)) +
-           " " + toText(std::move(v));
-  }
-  return paramText(p.name, baseType(p) + (p.byRef ? "*" : ""),
-                   PARAMFLAG_FIN | (p.byRef ? PARAMFLAG_FOUT : 0) |
-                       (p.optional ? PARAMFLAG_FOPT : 0) | (hasDefault ? PARAMFLAG_FHASDEFAULT : 0),
-                   dflt);
-}
-
 /// A function's line. Its help is the doc line, then the declared names of
 /// the types `typed` (its parameters, or the property's value) are not
 /// declared with: "the company database (As Connection)".
@@ -112,8 +91,21 @@ void add(Lines& out, const std::string& owner, const std::string& tableOwner,
   members.insert({tableOwner, name});
   auto row = table.find({tableOwner, name});
   expect(row != table.end(), tableOwner + "." + name, "no row in the table of dispids");
-  std::vector<std::string> texts;
-  for (const auto& p : params) texts.push_back(expectedParam(p));
+  Strings texts;
+  for (const auto& p : params) {
+    const bool hasDefault = p.optional && !p.defaultValue.isMissing();
+    Variant v = p.defaultValue;
+    const std::string dflt =
+        hasDefault ? std::string(p.type == ParamType::Variant ? typeName(v.type())
+                                                              : paramTypeName(p.type)) +
+                         " " + toText(std::move(v))
+                   : "";
+    texts.push_back(paramText(p.name + ":" + baseType(p) + (p.byRef ? "*" : ""),
+                              PARAMFLAG_FIN | (p.byRef ? PARAMFLAG_FOUT : 0) |
+                                  (p.optional ? PARAMFLAG_FOPT : 0) |
+                                  (hasDefault ? PARAMFLAG_FHASDEFAULT : 0),
+                              dflt));
+  }
   std::string notes;
   for (const auto& p : typed)
     if (baseType(p) != p.typeName)
@@ -124,40 +116,33 @@ void add(Lines& out, const std::string& owner, const std::string& tableOwner,
                           texts, result, help));
 }
 
-Lines expectedLines(const ClassIdentity& identity, const ClassInfo& c) {
-  Lines out;
+void expectedLines(Lines& out, const ClassIdentity& identity, const ClassInfo& c) {
   const std::string name = narrow(identity.name), methods = "_" + name;
   const std::string source = narrow(kEventInterfaceName);
   for (const auto& e : c.enums) {
     std::string text = "enum " + e.name;
-    for (const auto& [member, value] : e.members)
-      text += " " + member + "=" + std::to_string(value);
+    for (const auto& [member, value] : e.members) text += " " + member + "=" + std::to_string(value);
     out.insert(text);
   }
-  std::string coclass = "coclass " + name + " creatable: " + methods + guidText(identity.iid);
   out.insert(interfaceText(methods, identity.iid, 7));
-  if (identity.hasEvents) {
-    coclass += " default, " + source + guidText(kDiidConnectEvents) + " default source";
-    out.insert(interfaceText(source, kDiidConnectEvents, 7));
-  } else {
-    coclass += " default";
-  }
-  out.insert(coclass);
+  if (identity.hasEvents) out.insert(interfaceText(source, kDiidConnectEvents, 7));
+  out.insert("coclass " + name + " creatable: " + methods + guidText(identity.iid) + " default" +
+             (identity.hasEvents ? ", " + source + guidText(kDiidConnectEvents) + " default source"
+                                 : ""));
   for (const auto& p : c.properties) {
     ParamInfo value{{}, p.type, p.typeName};
-    const auto get = baseType(value);
-    if (p.canGet) add(out, methods, name, p.name, INVOKE_PROPERTYGET, {}, get, p.doc, {value});
-    if (p.canPut)
-      add(out, methods, name, p.name, INVOKE_PROPERTYPUT, {value}, "void", p.doc, {value});
-    if (p.canPutRef)
-      add(out, methods, name, p.name, INVOKE_PROPERTYPUTREF, {value}, "void", p.doc, {value});
+    for (auto [can, kind] : {std::pair{p.canGet, INVOKE_PROPERTYGET}, {p.canPut, INVOKE_PROPERTYPUT},
+                             {p.canPutRef, INVOKE_PROPERTYPUTREF}})
+      if (can)
+        add(out, methods, name, p.name, kind, kind == INVOKE_PROPERTYGET ? std::vector<ParamInfo>{}
+                                                                         : std::vector{value},
+            kind == INVOKE_PROPERTYGET ? baseType(value) : "void", p.doc, {value});
   }
   for (const auto& m : c.methods)
     add(out, methods, name, m.name, INVOKE_FUNC, m.params,
         m.result ? std::string(paramTypeName(*m.result)) : "void", m.doc, m.params);
   for (const auto& e : c.events)
     add(out, source, source, e.name, INVOKE_FUNC, e.params, "void", {}, e.params);
-  return out;
 }
 
 // ---- What the library says -------------------------------------------------
@@ -190,7 +175,7 @@ std::string functionLine(const std::string& owner, ITypeInfo* info, const FUNCDE
   std::vector<BSTR> names(f.cParams + 1);
   UINT count = 0;
   info->GetNames(f.memid, names.data(), UINT(names.size()), &count);
-  std::vector<std::string> params;
+  Strings params;
   for (int n = 0; n < f.cParams; ++n) {
     const ELEMDESC& e = f.lprgelemdescParam[n];
     const int flags = e.paramdesc.wParamFlags;
@@ -202,8 +187,9 @@ std::string functionLine(const std::string& owner, ITypeInfo* info, const FUNCDE
           SUCCEEDED(VariantChangeTypeEx(&text, &v, LOCALE_INVARIANT, VARIANT_ALPHABOOL, VT_BSTR));
       dflt = typeText(info, {{}, v.vt}) + " " + (shown ? taken(text.bstrVal) : "?");
     }
-    params.push_back(paramText(UINT(n + 1) < count ? taken(names[n + 1]) : "",
-                               typeText(info, e.tdesc), flags, dflt));
+    params.push_back(paramText((UINT(n + 1) < count ? taken(names[n + 1]) : "") + ":" +
+                                   typeText(info, e.tdesc),
+                               flags, dflt));
   }
   const std::string name = count ? taken(names[0]) : "?";
   return functionText(owner, f.memid, f.funckind == FUNC_DISPATCH ? name : name + " (vtable)",
@@ -218,15 +204,14 @@ Lines libraryLines(ITypeLib* lib) {
     lib->GetTypeInfo(i, &info);
     TypeAttr t(info.Get());
     const std::string name = nameOf(info.Get());
-    std::string text;
+    std::string text = "kind " + std::to_string(t.attr->typekind) + " " + name;
     if (t.attr->typekind == TKIND_ENUM) {
       text = "enum " + name;
       for (UINT v = 0; v < t.attr->cVars; ++v) {
         VARDESC* var = nullptr;
         info->GetVarDesc(v, &var);
-        const bool isLong = var->lpvarValue->vt == VT_I4;
-        text.append(" ").append(nameOf(info.Get(), var->memid));
-        text.append("=").append(isLong ? std::to_string(var->lpvarValue->lVal) : "?");
+        text += " " + nameOf(info.Get(), var->memid) + "=" +
+                (var->lpvarValue->vt == VT_I4 ? std::to_string(var->lpvarValue->lVal) : "?");
         info->ReleaseVarDesc(var);
       }
     } else if (t.attr->typekind == TKIND_COCLASS) {
@@ -238,8 +223,8 @@ Lines libraryLines(ITypeLib* lib) {
         info->GetImplTypeFlags(n, &flags);
         info->GetRefTypeOfImplType(n, &ref);
         if (FAILED(info->GetRefTypeInfo(ref, &implemented))) continue;
-        TypeAttr a(implemented.Get());
-        text += (n ? ", " : " ") + nameOf(implemented.Get()) + guidText(a.attr->guid) +
+        text += (n ? ", " : " ") + nameOf(implemented.Get()) +
+                guidText(TypeAttr(implemented.Get()).attr->guid) +
                 (flags & IMPLTYPEFLAG_FDEFAULT ? " default" : "") +
                 (flags & IMPLTYPEFLAG_FSOURCE ? " source" : "");
       }
@@ -255,8 +240,6 @@ Lines libraryLines(ITypeLib* lib) {
         info->ReleaseFuncDesc(f);
       }
       text = interfaceText(name, t.attr->guid, inherited);
-    } else {
-      text = "kind " + std::to_string(t.attr->typekind) + " " + name;
     }
     out.insert(text);
   }
@@ -285,7 +268,7 @@ int main() {
   expect(classes.size() == std::size(kClasses), "registry", "lacks a class of identity.h");
   Lines expected = {narrow(kLibName) + " " + std::to_string(kLibMajor) + "." +
                     std::to_string(kLibMinor)};
-  for (const auto& [identity, info] : classes) expected.merge(expectedLines(*identity, *info));
+  for (const auto& [identity, info] : classes) expectedLines(expected, *identity, *info);
   for (const auto& [key, id] : table)
     expect(members.contains(key), key.first + "." + key.second, "no member of the registry");
 
