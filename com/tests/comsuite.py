@@ -8,7 +8,7 @@ same call of the native tool; plus the checks a script makes itself.
   comsuite.py compare DIR        reads the DIR/*.jsonl the scripts wrote,
                                  prints each difference; exit 1 on any
 
-Host 1 is BrelvaneTest.DemoHost (com/tests/testhost), host 2 the script
+Host 1 is BrelvaneTest.DemoHost (the stand-ins' DLL), host 2 the script
 classes of vbs/host.vbs. Every argument is the fault sweep's plausible value
 (tests/unit/fault_sweep_test.cpp); Connessione is Nothing on both sides.
 """
@@ -22,15 +22,13 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 CATALOGUE = HERE.parents[1] / "tools/brelvane/data/catalogo.tsv"
 HOSTS = {"host1": 'CreateObject("BrelvaneTest.DemoHost")', "host2": "New ScriptHost"}
-SUITE_CLASSES = ("CLSCI_LOOKUP", "CLSCI_DECODE")
-OUTPUTS = ("Str_Sql", "Arr_Fields", "Str_Caption", "IDLookup")
-
-# An argument is (kind, value); how each kind is written in VBScript and on
-# the tool's command line.
+OUTPUTS = ["Str_Sql", "Arr_Fields", "Str_Caption", "IDLookup"]
+vbs_text = lambda v: '"' + v.replace('"', '""') + '"'
+# How an argument (kind, value) is written in VBScript and on the tool's command line.
 FORMS = {
     "Long": (lambda v: f"CLng({v})", str),
     "Integer": (lambda v: f"CInt({v})", lambda v: f"integer:{v}"),
-    "String": (lambda v: '"' + v.replace('"', '""') + '"', lambda v: f"text:{v}"),
+    "String": (vbs_text, lambda v: f"text:{v}"),
     "Boolean": (str, lambda v: str(v).lower()),
     "Date": (lambda v: "DateSerial(%d, %d, %d)" % tuple(map(int, v.split("-"))),
              lambda v: f"date:{v}"),
@@ -39,8 +37,7 @@ FORMS = {
     "missing": (lambda v: "", lambda v: "missing"),
 }
 MISSING, CONTROL, NOTHING = ("missing", None), ("control", None), ("nothing", None)
-
-# Calls the tool can make too, beyond the plain suite: (what, class, method,
+# Calls beyond the plain suite the tool can make too: (what, class, method,
 # arguments). By-reference parameters are passed as variables.
 CASES = [
     ("an optional argument left out in the middle", "CLSCI_LOOKUP", "Entità",
@@ -51,28 +48,26 @@ CASES = [
     ("by-reference arguments come back converted", "CLSCI_CONNECT", "TransferData",
      [("Long", 1), ("String", "x"), ("Integer", 3)]),
 ]
-
 # A property round trip by declared type: the value put, of another type
-# than the declared one, and the VarType and value read back.
+# than the declared one, and the VarType and value read back (others: an enumeration).
 ROUND_TRIPS = {"Variant": ('"7"', 8, '"7"'), "String": ("CLng(7)", 8, '"7"'),
                "Integer": ('"2"', 2, "2"), "Boolean": ("CLng(1)", 11, "True")}
-ENUM_ROUND_TRIP = ('"1"', 3, "1")
+
+
+def registry_of(tool):
+    return json.loads(subprocess.run([tool, "list", "--json"], check=True,
+                                     capture_output=True).stdout)
+
+
+def cp1252_script(lines):
+    """Wine's cscript reads a script in the ANSI code page only."""
+    return "\r\n".join(lines).replace("\r\n", "\n").replace("\n", "\r\n").encode("cp1252")
 
 
 def object_types(registry):
     """"Object", and the types of the properties that can only be Set."""
     return {"Object"} | {p["type"] for c in registry for p in c["properties"]
                          if "putRef" in p["access"] and "put" not in p["access"]}
-
-
-def plausible(param, objects):
-    """The fault sweep's argument for a parameter (a database: Nothing)."""
-    if param["type"] in objects:
-        database = param["type"] == "Connection" or "Connessione" in param["name"]
-        return NOTHING if database else CONTROL
-    return {"Boolean": ("Boolean", False), "String": ("String", "7"),
-            "Date": ("Date", "2026-11-22"), "Integer": ("Integer", 1)}.get(
-        param["type"], ("Long", 1))
 
 
 def row(what, cls, method, args):
@@ -87,9 +82,14 @@ def row(what, cls, method, args):
 def rows_of(registry):
     classes = {c["progId"].split(".")[1]: c for c in registry}
     objects = object_types(registry)
-    rows = [row(f"{name}.{m['name']}", classes[name], m,
-                [plausible(p, objects) for p in m["params"]])
-            for name in SUITE_CLASSES for m in classes[name]["methods"]]
+
+    def plausible(p):  # the fault sweep's argument (a database: Nothing)
+        if p["type"] in objects:
+            return NOTHING if p["type"] == "Connection" or "Connessione" in p["name"] else CONTROL
+        return {"Boolean": ("Boolean", False), "String": ("String", "7"),
+                "Date": ("Date", "2026-11-22"), "Integer": ("Integer", 1)}.get(p["type"], ("Long", 1))
+    rows = [row(f"{name}.{m['name']}", classes[name], m, [plausible(p) for p in m["params"]])
+            for name in ("CLSCI_LOOKUP", "CLSCI_DECODE") for m in classes[name]["methods"]]
     for what, name, method, args in CASES:
         m = next(m for m in classes[name]["methods"] if m["name"] == method)
         rows.append(row(f"{what} ({name}.{method})", classes[name], m, args) | {"case": True})
@@ -101,21 +101,16 @@ def vbs_row(r):
     lines = ["Err.Clear", "Set Ctl = New Control", f'Set o = CreateObject("{r["cls"]["progId"]}")']
     lines += [f"Set o.{n} = {v}" for n, v in (("ActiveInterface", "Host"),
                                               ("Connessione", "Nothing")) if n in names]
-    words = [FORMS[kind][0](value) for kind, value in r["args"]]
-    values = {}
-    for key in r["keys"]:
-        if key.startswith("byRef"):
-            i = int(key.split()[1])
-            assign = "Set " if r["args"][i][0] in ("control", "nothing") else ""
-            lines.append(f"{assign}b{i} = {words[i]}")
-            words[i] = values[key] = f"b{i}"
+    words, values = [FORMS[kind][0](value) for kind, value in r["args"]], {}
+    for key in [k for k in r["keys"] if k.startswith("byRef")]:
+        i = int(key.split()[1])
+        lines.append(f"{'Set ' * (r['args'][i][0] in ('control', 'nothing'))}b{i} = {words[i]}")
+        words[i] = values[key] = f"b{i}"
     while words and not words[-1]:
         words.pop()
     call = f"o.{r['method']['name']}"
-    if "return" in r["keys"]:
-        lines += ["r = Empty", f"r = {call}({', '.join(words)})"]
-    else:
-        lines.append(f"{call} {', '.join(words)}".rstrip())
+    lines += ["r = Empty", f"r = {call}({', '.join(words)})"] if "return" in r["keys"] else \
+        [f"{call} {', '.join(words)}".rstrip()]
     pairs = [f'"{k}", {values.get(k, "r" if k == "return" else "o." + k)}' for k in r["keys"]]
     return lines + ["Caught", f'Record "{r["id"]}", Array({", ".join(pairs)})']
 
@@ -129,7 +124,7 @@ def vbs_round_trips(registry, objects):
             name, access, what = p["name"], p["access"], f'{cls["progId"][9:]}.{p["name"]}'
             trips = []  # (label, put, read back, test)
             if "put" in access and p["type"] not in objects:
-                value, vartype, expected = ROUND_TRIPS.get(p["type"], ENUM_ROUND_TRIP)
+                value, vartype, expected = ROUND_TRIPS.get(p["type"], ('"1"', 3, "1"))
                 trips.append((f"{what} = {value.replace(chr(34), '')}",
                               f"v = Empty : o.{name} = {value}", f"v = o.{name}",
                               f"VarType(v) = {vartype} And v = {expected}"))
@@ -149,16 +144,14 @@ def script(body, run, output):
     `run` writing to `output`."""
     lines = [(HERE / "vbs" / f).read_text(encoding="utf-8") for f in ("record.vbs", "host.vbs")]
     lines += ["Function Catalogue()", "  Dim d", '  Set d = CreateObject("Scripting.Dictionary")']
-    for entry in CATALOGUE.read_text(encoding="utf-8").splitlines():
-        if entry.strip():
-            key, text = entry.split("\t", 1)
-            lines.append(f'  d.Add "{int(key)}", "' + text.replace('"', '""') + '"')
-    lines += ["  Set Catalogue = d", "End Function", *body,
-              'Set Fso = CreateObject("Scripting.FileSystemObject")',
-              f'Set Out = Fso.CreateTextFile("{output}", True, True)', "On Error Resume Next",
-              *run, "Out.Close", ""]
-    # Wine's cscript reads a script in the ANSI code page.
-    return "\n".join(lines).replace("\r\n", "\n").replace("\n", "\r\n").encode("cp1252")
+    for key, text in (e.split("\t", 1) for e in CATALOGUE.read_text(encoding="utf-8").splitlines()
+                      if e.strip()):
+        lines.append(f'  d.Add "{int(key)}", {vbs_text(text)}')
+    return cp1252_script(lines + [
+        "  Set Catalogue = d", "End Function", *body,
+        'Set Fso = CreateObject("Scripting.FileSystemObject")',
+        f'Set Out = Fso.CreateTextFile("{output}", True, True)', "On Error Resume Next",
+        *run, "Out.Close", ""])
 
 
 def native(tool, r):
@@ -182,14 +175,13 @@ def prepare(tool, outdir):
     outdir.mkdir(parents=True, exist_ok=True)
     for stale in outdir.glob("*.jsonl"):
         stale.unlink()
-    registry = json.loads(subprocess.run([tool, "list", "--json"], check=True,
-                                         capture_output=True).stdout)
+    registry = registry_of(tool)
     rows = rows_of(registry)
-    body = ["Sub Suite()", "Dim o, r, v", "On Error Resume Next"]
-    body += [f"  {line}" for r in rows for line in vbs_row(r)]
-    body += ["End Sub", "Sub RoundTrips()", "Dim o, v, e", "On Error Resume Next"]
-    body += [f"  {line}" for line in vbs_round_trips(registry, object_types(registry))]
-    body += ["End Sub", (HERE / "vbs" / "cases.vbs").read_text(encoding="utf-8")]
+    body = ["Sub Suite()", "Dim o, r, v", "On Error Resume Next",
+            *(f"  {line}" for r in rows for line in vbs_row(r)),
+            "End Sub", "Sub RoundTrips()", "Dim o, v, e", "On Error Resume Next",
+            *(f"  {line}" for line in vbs_round_trips(registry, object_types(registry))),
+            "End Sub", (HERE / "vbs" / "cases.vbs").read_text(encoding="utf-8")]
     for name, host in HOSTS.items():
         (outdir / f"{name}.vbs").write_bytes(script(body, [f"Set Host = {host}", "Suite"],
                                                     f"{name}.jsonl"))
@@ -206,8 +198,7 @@ def shown(line, keys):
     """The outputs as the tool shows them (a property only when it holds a
     text or an array), in canonical JSON."""
     def one(k, v):
-        hidden = k in OUTPUTS and not (isinstance(v, str) or
-                                       (isinstance(v, dict) and "$array" in v))
+        hidden = k in OUTPUTS and not (isinstance(v, str) or (isinstance(v, dict) and "$array" in v))
         return json.dumps(None if hidden else v, ensure_ascii=False, sort_keys=True)
     return {k: one(k, line.get(k)) for k in keys}
 
@@ -256,9 +247,9 @@ def compare(outdir):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) == 4 and sys.argv[1] == "prepare":
+    if sys.argv[1:2] == ["prepare"] and len(sys.argv) == 4:
         prepare(sys.argv[2], Path(sys.argv[3]))
-    elif len(sys.argv) == 3 and sys.argv[1] == "compare":
+    elif sys.argv[1:2] == ["compare"] and len(sys.argv) == 3:
         sys.exit(compare(Path(sys.argv[2])))
     else:
         sys.exit(__doc__)

@@ -19,6 +19,9 @@ import subprocess
 import sys
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+from comsuite import OUTPUTS, cp1252_script, registry_of, vbs_text as q  # noqa: E402
+
 SCENARIOS = ["connect_launch", "connect_events", "connect_failures", "lookup_proposals",
              "lookup_chart", "lookup_documents"]
 CONNECT = "Brelvane.CLSCI_CONNECT"
@@ -39,13 +42,13 @@ DEMO = [("ProposteContiPerProvider", [1, 7]), ("ProposteCogePerProvider2", [1, 1
         ("ProposteCausaliPerProvider", [{"$integer": 3}, 7]),
         ("ProposteCausaliPerProvider", [1, 2]), ("AnagraficaPianoDeiConti", ["4"]),
         ("GetNumregCoanFromNumregCoge", [{"$object": "connection"}, 1, "77", 1])]
-OUTPUTS = ["Str_Sql", "Arr_Fields", "Str_Caption", "IDLookup"]
 # Stand-ins whose scripted behaviour has no COM counterpart: their entries
 # are left out of the comparison, with the reason printed.
 UNMAPPED = {"lookup_proposals": {
     "nocommand": "a connection that cannot make commands: through COM the command is "
                  "ADODB.Command, made by the platform, and it is binding it that fails; the "
                  "lookup keeps that unbound command and does not try again, as with ADO"}}
+PER_METHOD = 7  # steps of one launch method in the launch scenario
 
 
 def expand(value, defs):
@@ -67,9 +70,6 @@ def launch_methods(registry):
             if m["returns"] == "Boolean" and not m["name"].startswith("Chiusura")]
 
 
-PER_METHOD = 7  # steps of one launch method in the launch scenario
-
-
 def launch_scenario(registry):
     """Every launch method on a new instance with every context property set;
     a program chosen by the installation setting goes to each component in turn."""
@@ -78,11 +78,10 @@ def launch_scenario(registry):
               "Variant": lambda i: [f"V{i}", i, {"$date": "2026-11-22"}, None, 2.5][i % 5]}
     context = {p["name"]: values.get(p["type"], lambda i: 1)(i)
                for i, p in enumerate(cls["properties"]) if "put" in p["access"]}
-    methods = launch_methods(registry)
     steps = []
-    for i, m in enumerate(methods):
-        host = "host" if i % 2 == 0 else "ps"
-        refs = {"ActiveInterface": host, "ConnectField": "field", "Correlazione": "corr"}
+    for i, m in enumerate(launch_methods(registry)):
+        refs = {"ActiveInterface": "ps" if i % 2 else "host", "ConnectField": "field",
+                "Correlazione": "corr"}
         steps += [{"create": CONNECT, "as": "cn"},
                   {"set": "cn", "values": {k: {"$object": v} for k, v in refs.items()}},
                   {"set": "cn", "values": context},
@@ -93,7 +92,7 @@ def launch_scenario(registry):
     return {"objects": {"host": dict(host, installationSetting=1),
                         "ps": dict(host, installationSetting=2),
                         "field": {"kind": "control"}, "corr": {"kind": "control"},
-                        "db": {"kind": "connection",  # for lifetime_check's lookups
+                        "db": {"kind": "connection",  # for the client check's lookups
                                "procedures": {"SPCI_PROPCONTI_LOOKUPPROVIDER": {
                                    "@LABELS": "A|B", "@QUERY": "SELECT A, B"}},
                                "results": [{"match": "PC01_DESCRPDC",
@@ -120,24 +119,23 @@ def vbs(doc, registry, out):
     readable = {c["progId"]: [p["name"] for p in c["properties"] if "get" in p["access"]]
                 for c in registry}
     created = {}  # scenario name -> ProgID, for the objects the script holds
-    q = lambda s: '"' + s.replace('"', '""') + '"'
-    j = lambda v: "sb.V(" + q(json.dumps(v, ensure_ascii=False)) + ")"
     var = lambda n: "o_" + "".join(c if c.isalnum() else "_" for c in n)
     subject = lambda n: var(n) if n in created else f"sb.Object({q(n)})"
 
-    def value(v):  # (expression, is an object)
-        if isinstance(v, dict) and "$object" in v:
-            return (var(v["$object"]) if v["$object"] in created else j(v)), True
-        return j(v), False
+    def assign(left, v):  # Set when the value is an object
+        is_object = isinstance(v, dict) and "$object" in v
+        expr = var(v["$object"]) if is_object and v["$object"] in created else \
+            "sb.V(" + q(json.dumps(v, ensure_ascii=False)) + ")"
+        return f"{'Set ' * is_object}{left} = {expr}"
 
+    raised = "If Err.Number <> 0 Then sb.Error Err.Number, Err.Source, Err.Description"
     arity = max([len(s.get("args", [])) for s in doc["steps"]] + [1])
-    slots = ", ".join(f"a{n}" for n in range(arity))
-    lines = ["Option Explicit", f"Dim sb, o, {slots}",
-             'Set sb = CreateObject("BrelvaneTest.Standins")', "On Error Resume Next"]
-    lines.append(f"sb.Load {q(out + '.config')}")
+    lines = ["Option Explicit", f"Dim sb, o, {', '.join(f'a{n}' for n in range(arity))}",
+             'Set sb = CreateObject("BrelvaneTest.Standins")', "On Error Resume Next",
+             f"sb.Load {q(out + '.config')}"]
     for i, s in enumerate(doc["steps"]):
         op = next(k for k in ("create", "set", "call", "get", "advise", "release") if k in s)
-        target = s[op] if op != "advise" else s["advise"]
+        target = s[op]
         lines += ["Err.Clear", f"sb.Begin {i}, {q(op)}"]
         if op == "create":
             name = s.get("as", target)
@@ -146,19 +144,13 @@ def vbs(doc, registry, out):
             created[name] = target
             lines.append(f"Set {var(name)} = CreateObject({q(target)})")
         elif op == "set":
-            for k, v in s["values"].items():
-                expr, is_object = value(v)
-                lines.append(f"If Err.Number = 0 Then {'Set ' if is_object else ''}"
-                             f"{subject(target)}.{k} = {expr}")
+            lines += [f"If Err.Number = 0 Then {assign(f'{subject(target)}.{k}', v)}"
+                      for k, v in s["values"].items()]
         elif op == "call":
-            args = s.get("args", [])
-            for n, a in enumerate(args):
-                expr, is_object = value(a)
-                lines.append(f"{'Set ' if is_object else ''}a{n} = {expr}")
-            call = f"{subject(target)}.{s['method']}({', '.join(f'a{n}' for n in range(len(args)))})"
-            lines.append(f"sb.Put \"return\", {call}")
-            lines += [f"If Err.Number <> 0 Then sb.Error Err.Number, Err.Source, Err.Description",
-                      "Err.Clear"] + [f"sb.Arg a{n}" for n in range(len(args))]
+            args = [f"a{n}" for n in range(len(s.get("args", [])))]
+            lines += [assign(a, v) for a, v in zip(args, s.get("args", []))]
+            lines += [f"sb.Put \"return\", {subject(target)}.{s['method']}({', '.join(args)})",
+                      raised, "Err.Clear"] + [f"sb.Arg {a}" for a in args]
         elif op == "get":
             names = s.get("properties") or readable.get(created.get(target), [])
             lines.append(f"Set o = {subject(target)}")
@@ -168,41 +160,34 @@ def vbs(doc, registry, out):
         elif op == "advise":
             lines.append(f"sb.Advise {subject(target)}, {q(s['sink'])}, "
                          f"{q(json.dumps(s.get('handlers', {}), ensure_ascii=False))}")
-        elif op == "release":
+        else:
             lines.append(f"Set {var(target)} = Nothing")
-        lines += ["If Err.Number <> 0 Then sb.Error Err.Number, Err.Source, Err.Description",
-                  "Set o = Nothing"]
+        lines += [raised, "Set o = Nothing"]
     # What the script still holds goes last-made first, as one more step.
-    lines.append(f"sb.Step = {len(doc['steps'])}")
-    lines += [f"Set {var(n)} = Nothing" for n in reversed(created)]
-    lines += [f"a{n} = Empty" for n in range(arity)]
-    lines += [f"sb.Save {q(out + '.com.json')}",
-              'WScript.Echo "live stand-ins: " & sb.LiveObjects()']
-    return "\r\n".join(lines) + "\r\n"
+    return cp1252_script(lines + [f"sb.Step = {len(doc['steps'])}",
+                                  *(f"Set {var(n)} = Nothing" for n in reversed(created)),
+                                  *(f"a{n} = Empty" for n in range(arity)),
+                                  f"sb.Save {q(out + '.com.json')}",
+                                  'WScript.Echo "live stand-ins: " & sb.LiveObjects()', ""])
 
 
 def prepare(tool, src, d):
-    registry = json.loads(subprocess.run([tool, "list", "--json"], check=True,
-                                         capture_output=True).stdout)
-    (Path(d) / "registry.json").write_text(json.dumps(registry))
-    winpath = lambda p: "Z:" + str(Path(p).resolve()).replace("/", "\\")
-    docs = {"launch": launch_scenario(registry),
-            "demo": demo_scenario()}
-    (Path(d) / "launch.methods").write_text("".join(m["name"] + "\n" for m in launch_methods(registry)))
+    registry, d = registry_of(tool), Path(d)
+    (d / "registry.json").write_text(json.dumps(registry))
+    (d / "launch.methods").write_text("".join(m["name"] + "\n" for m in launch_methods(registry)))
+    docs = {"launch": launch_scenario(registry), "demo": demo_scenario()}
     for name in SCENARIOS:
         doc = json.loads((Path(src) / "tests/scenarios" / f"{name}.json").read_text())
-        docs[name] = expand({k: v for k, v in doc.items() if k != "define"},
-                            doc.get("define", {}))
+        docs[name] = expand({k: v for k, v in doc.items() if k != "define"}, doc.get("define", {}))
     for name, doc in docs.items():
-        base = Path(d) / name
+        base = d / name
         base.with_suffix(".json").write_text(json.dumps(doc, ensure_ascii=False, indent=1))
-        Path(str(base) + ".config").write_text(json.dumps(doc, ensure_ascii=False))
-        script = vbs(doc, registry, winpath(base))
-        # Wine's script host reads a script in the ANSI code page only.
-        (Path(d) / f"{name}.vbs").write_bytes(script.encode("cp1252"))
+        Path(f"{base}.config").write_text(json.dumps(doc, ensure_ascii=False))
+        (d / f"{name}.vbs").write_bytes(
+            vbs(doc, registry, "Z:" + str(base.resolve()).replace("/", "\\")))
         native = native_demo(tool, doc) if name == "demo" else \
             subprocess.run([tool, "run", str(base.with_suffix(".json"))], capture_output=True).stdout
-        Path(str(base) + ".native.json").write_bytes(native)
+        Path(f"{base}.native.json").write_bytes(native)
 
 
 def native_demo(tool, doc):
@@ -237,19 +222,16 @@ def normal(value, foreign):
 
 
 def differences(native, com, what):
-    out = []
-    for n, c in zip(native, com):
-        if n != c:
-            out.append(f"    {what}: native {json.dumps(n, ensure_ascii=False)}\n"
-                       f"    {what}: com    {json.dumps(c, ensure_ascii=False)}")
+    out = [f"    {what}: native {json.dumps(n, ensure_ascii=False)}\n"
+           f"    {what}: com    {json.dumps(c, ensure_ascii=False)}"
+           for n, c in zip(native, com) if n != c]
     if len(native) != len(com):
         out.append(f"    {what}: {len(native)} native entries, {len(com)} through COM")
     return out
 
 
 def compare(d):
-    registry = json.loads((Path(d) / "registry.json").read_text())
-    failed = 0
+    registry, failed = json.loads((Path(d) / "registry.json").read_text()), 0
     for base in sorted(Path(d).glob("*.native.json")):
         name = base.name[: -len(".native.json")]
         doc = json.loads((Path(d) / f"{name}.json").read_text())
@@ -257,17 +239,15 @@ def compare(d):
         try:
             com = json.loads((Path(d) / f"{name}.com.json").read_text())
         except (OSError, ValueError) as e:
-            print(f"FAIL {name}: no result through COM ({e})")
-            failed += 1
-            continue
-        if native is None:
-            print(f"FAIL {name}: the native run printed nothing")
+            com, why = None, f"no result through COM ({e})"
+        if com is None or native is None:
+            print(f"FAIL {name}: {why if com is None else 'the native run printed nothing'}")
             failed += 1
             continue
         foreign = {s.get("as", s.get("create")) for s in doc["steps"] if "create" in s}
         if name == "demo":
-            groups = [(s["step"], [s], [{"step": s["step"], "return": com["steps"][s["step"]]["return"],
-                                         "values": com["steps"][s["step"] + 1]["values"]}], [], [])
+            groups = [([s], [{"step": s["step"], "return": com["steps"][s["step"]]["return"],
+                              "values": com["steps"][s["step"] + 1]["values"]}], [], [])
                       for s in native["steps"]]
             labels = [f"{m} {json.dumps(a)}" for m, a in DEMO]
         else:
@@ -276,17 +256,16 @@ def compare(d):
             for obj, why in UNMAPPED.get(name, {}).items():
                 print(f"NOTE {name}: {obj} not compared: {why}")
                 n_log, c_log = ([e for e in log if e["object"] != obj] for log in (n_log, c_log))
+            labels, ranges = [name], [range(0, len(doc["steps"]) + 1)]
             if name == "launch":
                 labels = [m["name"] for m in launch_methods(registry)]
                 ranges = [range(i * PER_METHOD, (i + 1) * PER_METHOD) for i in range(len(labels))]
                 ranges[-1] = range(ranges[-1].start, len(doc["steps"]) + 1)
-            else:
-                labels, ranges = [name], [range(0, len(doc["steps"]) + 1)]
             pick = lambda entries, r: [e for e in entries if e["step"] in r]
-            groups = [(r, pick(n_steps, r), pick(c_steps, r), pick(n_log, r), pick(c_log, r))
+            groups = [(pick(n_steps, r), pick(c_steps, r), pick(n_log, r), pick(c_log, r))
                       for r in ranges]
         same = 0
-        for label, (_, ns, cs, nl, cl) in zip(labels, groups):
+        for label, (ns, cs, nl, cl) in zip(labels, groups):
             diff = differences(ns, cs, "step") + differences(nl, cl, "log")
             same += not diff
             print(f"{'FAIL' if diff else 'PASS'} {name}: {label}")
