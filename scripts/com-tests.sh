@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# The COM server under Wine. Cross-builds the x64 DLLs (build-com) and
-# registers brelvane.dll and the test host (a class of the stand-ins' DLL)
-# in a private prefix (build-com/prefix); runs the VBScript suites of
-# com/tests/comsuite.py against the native tool with each host, the
+# The COM server under Wine. Cross-builds the x64 DLLs (build-com); in a
+# private prefix (build-com/prefix) first uses brelvane.dll unregistered
+# through its side-by-side manifest (com/tests/regfree), then registers it
+# and the test host (a class of the stand-ins' DLL); runs the VBScript
+# suites of com/tests/comsuite.py against the native tool with each host,
+# the early-bound client (every vtable function against Invoke), the
 # launcher, event and database suites and the compiled client check of
 # com/tests/launch/run.sh, and com/tests/registration.sh. The native tool
 # is build-test's when the plain step built it. (`scripts/test.sh com32`
@@ -24,12 +26,16 @@ timed() {  # timed WHAT COMMAND...: runs it, then says how long it took
 
 # cross DIR ARCH TARGET...: a build for Windows optimised for size (what a
 # component shipped beside its host wants; it also compiles fastest), warnings
-# as errors.
+# as errors. The vtable slots' generator of the plain step's native build
+# serves it when there is one; otherwise the cross build makes its own.
 cross() {
-  local dir=$1 arch=$2
+  local dir=$1 arch=$2 gen=()
   shift 2
+  if [ -x build-test/com/gen/brelvane_com_gen ]; then
+    gen=(-DBRELVANE_COM_GEN_EXECUTABLE="$root/build-test/com/gen/brelvane_com_gen")
+  fi
   cmake -S . -B "$dir" -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/mingw-w64-${arch}.cmake" \
-    -DCMAKE_BUILD_TYPE=MinSizeRel -DBRELVANE_WERROR=ON >/dev/null
+    -DCMAKE_BUILD_TYPE=MinSizeRel -DBRELVANE_WERROR=ON "${gen[@]}" >/dev/null
   cmake --build "$dir" -j"$jobs" "$@"
 }
 
@@ -55,6 +61,9 @@ register() {  # brelvane.dll, and of the stand-ins' DLL only the test host
     { echo "regsvr32 failed" >&2; return 1; }
 }
 status=0
+# First, while nothing is registered: the DLL used from a folder of its own.
+timed "registration-free use" sh -c 'wineboot -i >/dev/null 2>&1 && sh com/tests/regfree/run.sh build-com' ||
+  status=1
 timed "prefix and registration" register || status=1
 suites() {
   python3 com/tests/comsuite.py prepare "$tool" build-com/comsuite || return 1
@@ -65,6 +74,7 @@ suites() {
   python3 com/tests/comsuite.py compare build-com/comsuite
 }
 timed "suites" suites || status=1
+timed "early binding" wine build-com/com/tests/early_bound/brelvane_early_bound_check.exe || status=1
 timed "launch, event and database suites, client check" \
   env BRELVANE_NATIVE="$root/$tool" sh com/tests/launch/run.sh build-com || status=1
 # Last: it unregisters the DLL and registers it again per user.
