@@ -1,6 +1,8 @@
 // By-name dispatch through registration tables, and creation by ProgID.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "automation/class_builder.h"
 #include "brelvane/automation/dispatch.h"
 #include "brelvane/automation/factory.h"
@@ -51,21 +53,12 @@ Variant call(Dispatch& d, std::string_view name, std::vector<Variant> args = {})
 }
 
 TEST(Dispatch, ConvertsArgumentsToDeclaredTypes) {
+  // Refused conversions (13, 6), unknown members (438) and argument counts
+  // (449, 450) are steps of tests/scenarios/automation_dispatch.json.
   Sample s;
   EXPECT_EQ(call(s, "Twice", {Variant(int32_t{7})}), Variant(int32_t{14}));
   EXPECT_EQ(call(s, "Twice", {Variant("7")}), Variant(int32_t{14}));
   EXPECT_EQ(call(s, "twice", {Variant(2.5)}), Variant(int32_t{4}));  // names fold case
-  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant("abc")}); }), err::kTypeMismatch);
-  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant(int32_t{40000})}); }), err::kOverflow);
-}
-
-TEST(Dispatch, ReportsUnknownMembersAndArgumentCount) {
-  Sample s;
-  EXPECT_EQ(errorOf([&] { call(s, "Nope"); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { s.get("Nope"); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { call(s, "Twice"); }), err::kArgumentNotOptional);
-  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant::missing()}); }), err::kArgumentNotOptional);
-  EXPECT_EQ(errorOf([&] { call(s, "Twice", {Variant(1), Variant(2)}); }), err::kWrongArgumentCount);
 }
 
 TEST(Dispatch, OptionalParametersTakeDefaultsOrStayMissing) {
@@ -102,26 +95,22 @@ TEST(Dispatch, PropertiesFollowTheirAccess) {
   EXPECT_EQ(s.get("text"), Variant("5"));
   s.put("Count", Variant("12"));
   EXPECT_EQ(s.Count, 12);
-  EXPECT_EQ(errorOf([&] { s.put("Count", Variant("x")); }), err::kTypeMismatch);
   EXPECT_EQ(errorOf([&] { s.put("Text", Variant::null()); }), err::kInvalidNull);
   auto other = std::make_shared<Sample>();
   s.putRef("Peer", Variant(other));
   EXPECT_EQ(s.get("Peer").object(), other);
   EXPECT_EQ(errorOf([&] { s.put("Peer", Variant(other)); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { s.putRef("Text", Variant(other)); }), err::kUnknownMember);
   s.putRef("Anything", Variant(other));
-  s.putRef("Peer", Variant::nothing());
-  EXPECT_EQ(s.Peer, nullptr);
   EXPECT_EQ(s.Anything.object(), other);
 }
 
 TEST(Dispatch, AnObjectWithoutAClassDescriptionHasNoMembers) {
   Dispatch plain;
   std::vector<Variant> none;
-  EXPECT_EQ(errorOf([&] { plain.get("X"); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { plain.put("X", Variant()); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { plain.putRef("X", Variant::nothing()); }), err::kUnknownMember);
-  EXPECT_EQ(errorOf([&] { plain.invoke("X", none); }), err::kUnknownMember);
+  for (auto use : std::vector<std::function<void()>>{
+           [&] { plain.get("X"); }, [&] { plain.put("X", Variant()); },
+           [&] { plain.putRef("X", Variant::nothing()); }, [&] { plain.invoke("X", none); }})
+    EXPECT_EQ(errorOf(use), err::kUnknownMember);
 }
 
 TEST(Dispatch, PropertiesAndMethodsReadEachOthersWay) {
