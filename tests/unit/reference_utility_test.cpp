@@ -8,50 +8,43 @@
 namespace brelvane::testing {
 namespace {
 
-TEST(ReferenceUtility, ValueToTextAndValueOrDefault) {
+TEST(ReferenceUtility, RendersValuesAsTextAndAsSqlLiterals) {
   ReferenceUtility u;
-  EXPECT_EQ(u.ValueToText(Variant::null()), "");
-  EXPECT_EQ(u.ValueToText(Variant()), "");
-  EXPECT_EQ(u.ValueToText(Variant::missing()), "");
-  EXPECT_EQ(u.ValueToText(Variant(int16_t{-7})), "-7");
-  EXPECT_EQ(u.ValueToText(Variant(2.5)), "2.5");
-  EXPECT_EQ(u.ValueToText(Variant(true)), "True");
-  EXPECT_EQ(u.ValueToText(Variant(Date{2026, 11, 22})), "2026-11-22");
-  EXPECT_EQ(u.ValueToText(Variant("A'1")), "A'1");
-  EXPECT_EQ(errorOf([&] { u.ValueToText(Variant::nothing()); }), err::kTypeMismatch);
+  using V = Variant;
+  // Each value: its ValueToText, then its ValueForSql.
+  // clang-format off
+  const std::tuple<V, const char*, const char*> rows[] = {
+      {V::null(), "", "NULL"}, {V(), "", "NULL"}, {V(int16_t{-7}), "-7", "-7"},
+      {V(int32_t{-40000}), "-40000", "-40000"}, {V(2.5), "2.5", "2.5"}, {V(0.25), "0.25", "0.25"},
+      {V(true), "True", "1"}, {V(false), "False", "0"},
+      {V(Date{2026, 11, 22}), "2026-11-22", "'20261122'"},
+      {V(Date{2026, 1, 5, 10, 30, 0}), nullptr, "'20260105'"},  // the time left out
+      {V("A'1"), "A'1", "'A''1'"}, {V("d'Arco"), "d'Arco", "'d''Arco'"}, {V("''"), "''", "''''''"},
+      {V(""), "", "''"}};
+  // clang-format on
+  for (const auto& [v, text, sql] : rows) {
+    if (text) {
+      EXPECT_EQ(u.ValueToText(v), text) << sql;
+    }
+    EXPECT_EQ(u.ValueForSql(v), sql) << text;
+  }
+  EXPECT_EQ(u.ValueToText(V::missing()), "");
+  EXPECT_EQ(errorOf([&] { u.ValueToText(V::nothing()); }), err::kTypeMismatch);
+  EXPECT_EQ(errorOf([&] { u.ValueForSql(V::nothing()); }), err::kTypeMismatch);
 
-  EXPECT_EQ(u.ValueOrDefault(Variant::null(), Variant(int32_t{0})), Variant(int32_t{0}));
-  EXPECT_EQ(u.ValueOrDefault(Variant(), Variant("")), Variant(""));
   // Only Null and Empty take the default: "" and 0 are values.
-  EXPECT_EQ(u.ValueOrDefault(Variant(""), Variant("x")), Variant(""));
-  EXPECT_EQ(u.ValueOrDefault(Variant(int32_t{0}), Variant(int32_t{9})), Variant(int32_t{0}));
-  EXPECT_TRUE(u.ValueOrDefault(Variant::missing(), Variant("")).isMissing());
-}
+  EXPECT_EQ(u.ValueOrDefault(V::null(), V(int32_t{0})), V(int32_t{0}));
+  EXPECT_EQ(u.ValueOrDefault(V(), V("")), V(""));
+  EXPECT_EQ(u.ValueOrDefault(V(""), V("x")), V(""));
+  EXPECT_EQ(u.ValueOrDefault(V(int32_t{0}), V(int32_t{9})), V(int32_t{0}));
+  EXPECT_TRUE(u.ValueOrDefault(V::missing(), V("")).isMissing());
 
-TEST(ReferenceUtility, ValueForSqlGivesALiteralOfEachKind) {
-  ReferenceUtility u;
-  EXPECT_EQ(u.ValueForSql(Variant::null()), "NULL");
-  EXPECT_EQ(u.ValueForSql(Variant()), "NULL");
-  EXPECT_EQ(u.ValueForSql(Variant(true)), "1");
-  EXPECT_EQ(u.ValueForSql(Variant(false)), "0");
-  EXPECT_EQ(u.ValueForSql(Variant(int32_t{-40000})), "-40000");
-  EXPECT_EQ(u.ValueForSql(Variant(0.25)), "0.25");
-  EXPECT_EQ(u.ValueForSql(Variant("d'Arco")), "'d''Arco'");
-  EXPECT_EQ(u.ValueForSql(Variant("''")), "''''''");
-  EXPECT_EQ(u.ValueForSql(Variant("")), "''");
-  EXPECT_EQ(u.ValueForSql(Variant(Date{2026, 1, 5, 10, 30, 0})), "'20260105'");
-  EXPECT_EQ(errorOf([&] { u.ValueForSql(Variant::nothing()); }), err::kTypeMismatch);
-}
-
-TEST(ReferenceUtility, SqlDateLiteralTakesDatesAndIsoTextsOnly) {
-  ReferenceUtility u;
-  EXPECT_EQ(u.SqlDateLiteral(Variant(Date{999, 12, 31})), "'09991231'");
-  EXPECT_EQ(u.SqlDateLiteral(Variant("2024-02-29")), "'20240229'");
-  EXPECT_EQ(u.SqlDateLiteral(Variant("2024-02-29T23:59:59")), "'20240229'");
-  EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(Variant("2023-02-29")); }), err::kTypeMismatch);
-  EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(Variant("29/02/2024")); }), err::kTypeMismatch);
-  EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(Variant(int32_t{20240229})); }), err::kTypeMismatch);
-  EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(Variant::null()); }), err::kTypeMismatch);
+  // Dates, and ISO texts of real dates only.
+  EXPECT_EQ(u.SqlDateLiteral(V(Date{999, 12, 31})), "'09991231'");
+  EXPECT_EQ(u.SqlDateLiteral(V("2024-02-29")), "'20240229'");
+  EXPECT_EQ(u.SqlDateLiteral(V("2024-02-29T23:59:59")), "'20240229'");
+  for (V bad : {V("2023-02-29"), V("29/02/2024"), V(int32_t{20240229}), V::null()})
+    EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(bad); }), err::kTypeMismatch) << typeName(bad.type());
 }
 
 TEST(ReferenceUtility, IsWhatTheClassesGetWhenTheHostRegistersNone) {
