@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# The tool's completion script completes members after their ProgID, and
-# ProgIDs after `list`. Usage: completion_test.sh BRELVANE
+# The tool's completion script is bound to the command and completes members
+# after their ProgID, and ProgIDs after `list`. Usage: completion_test.sh BRELVANE
 set -u
 source <("$1" completion) || exit 1
+[[ $(complete -p brelvane) == "complete -F _brelvane brelvane" ]] || { complete -p; exit 1; }
 expect() {  # expect WANTED WORD...: completes the last word
   local wanted=$1
   shift
@@ -16,5 +17,6 @@ expect() {  # expect WANTED WORD...: completes the last word
 }
 expect NatureCosti brelvane call brelvane.clsci_lookup NatureCo
 expect NatureCosti brelvane call --company 5 Brelvane.CLSCI_LOOKUP NatureCo
+expect AnagraficaPianoDeiConti brelvane call brelvane.clsci_decode AnagraficaPian
 expect Brelvane.CLSCI_DECODE brelvane list Brelvane.CLSCI_D
 expect "--version" brelvane --vers

@@ -1,53 +1,53 @@
-// `brelvane call` and `brelvane list`: command-line values, the demo host and
-// its catalogue, the printed results and the bad-input exits.
+// The tool as a command-line program: `call` and `list`, command-line values,
+// names typed loosely, the demo host with its catalogue and proposal
+// procedures, the printed results, every bad-input exit, and scenario texts
+// and output that the tool cannot take.
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "brelvane/brelvane.h"
 #include "cli/arguments.h"
 #include "cli/commands.h"
+#include "cli/names.h"
+#include "cli/scenario.h"
 #include "demo_host.h"
 #include "unit/tool_run.h"
 
 namespace brelvane::cli {
 namespace {
 
-TEST(ToolValues, CommandLineFormsGiveTheirVariants) {
-  EXPECT_EQ(parseValue("42"), Variant(int32_t{42}));
-  EXPECT_EQ(parseValue("-7"), Variant(int32_t{-7}));
-  EXPECT_EQ(parseValue("4000000000"), Variant(4e9));
-  EXPECT_EQ(parseValue("2.5"), Variant(2.5));
-  EXPECT_EQ(parseValue("'42'"), Variant("42"));
-  EXPECT_EQ(parseValue("''"), Variant(""));
-  EXPECT_EQ(parseValue("text:null"), Variant("null"));
-  EXPECT_EQ(parseValue("integer:7"), Variant(int16_t{7}));
-  EXPECT_EQ(parseValue("long:7"), Variant(int32_t{7}));
-  EXPECT_EQ(parseValue("double:7"), Variant(7.0));
-  EXPECT_EQ(parseValue("true"), Variant(true));
-  EXPECT_TRUE(parseValue("null").isNull());
-  EXPECT_TRUE(parseValue("empty").isEmpty());
-  EXPECT_TRUE(parseValue("missing").isMissing());
-  EXPECT_EQ(parseValue("nothing"), Variant::nothing());
-  EXPECT_EQ(parseValue("date:2026-11-22"), Variant(Date{2026, 11, 22}));
-  EXPECT_EQ(parseValue("date:2026-11-22T10:30:00"), Variant(Date{2026, 11, 22, 10, 30, 0}));
-  // Words of no form are texts, including what only looks like a number.
-  EXPECT_EQ(parseValue("CI10_CODICE"), Variant("CI10_CODICE"));
-  EXPECT_EQ(parseValue("nan"), Variant("nan"));
-  EXPECT_EQ(parseValue("1e5"), Variant("1e5"));
-  EXPECT_EQ(parseValue("'"), Variant("'"));
+using standins::Json;
+using Args = std::vector<std::string_view>;
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != text.npos;
 }
 
-TEST(ToolValues, PrefixedFormsThatDoNotReadAreRefused) {
+TEST(ToolValues, CommandLineFormsGiveTheirVariants) {
+  // The last words have no form: texts, including what only looks like a number.
+  // clang-format off
+  const std::pair<const char*, Variant> forms[] = {
+      {"42", Variant(int32_t{42})}, {"-7", Variant(int32_t{-7})}, {"4000000000", Variant(4e9)},
+      {"2.5", Variant(2.5)}, {"'42'", Variant("42")}, {"''", Variant("")},
+      {"text:null", Variant("null")}, {"integer:7", Variant(int16_t{7})},
+      {"long:7", Variant(int32_t{7})}, {"double:7", Variant(7.0)}, {"true", Variant(true)},
+      {"null", Variant::null()}, {"empty", Variant()}, {"missing", Variant::missing()},
+      {"nothing", Variant::nothing()}, {"date:2026-11-22", Variant(Date{2026, 11, 22})},
+      {"date:2026-11-22T10:30:00", Variant(Date{2026, 11, 22, 10, 30, 0})},
+      {"CI10_CODICE", Variant("CI10_CODICE")}, {"nan", Variant("nan")}, {"1e5", Variant("1e5")},
+      {"'", Variant("'")}};
+  // clang-format on
+  for (const auto& [text, value] : forms) {
+    EXPECT_EQ(parseValue(text), value) << text;
+    EXPECT_EQ(parseValue(text).type(), value.type()) << text;
+  }
   for (auto bad : {"integer:40000", "integer:x", "long:2147483648", "double:abc", "date:2026-13-01",
                    "date:", "integer:"})
     EXPECT_THROW(parseValue(bad), std::invalid_argument) << bad;
-}
-
-TEST(ToolValues, ObjectNamesComeFromTheirSource) {
-  auto control = standins::makeControl();
+  auto control = standins::makeControl();  // object names come from their source
   ObjectSource source = [&](std::string_view name) {
     return name == "control" ? control : std::shared_ptr<Dispatch>();
   };
@@ -55,78 +55,70 @@ TEST(ToolValues, ObjectNamesComeFromTheirSource) {
   EXPECT_EQ(parseValue("host", source), Variant("host"));
 }
 
-TEST(ToolValues, LinesShowLoneBreaksVisibly) {
+TEST(ToolValues, LinesAndDescriptions) {
   EXPECT_EQ(displayLines(" SELECT  \r\n FROM\rX\nY\r\n"),
             (std::vector<std::string>{" SELECT  ", " FROM<CR>X<LF>Y"}));
   EXPECT_EQ(displayLines("a\r\n\r\nb"), (std::vector<std::string>{"a", "", "b"}));
   EXPECT_TRUE(displayLines("").empty());
-}
-
-TEST(ToolValues, DescribeNamesEveryKind) {
   standins::Names names;
   auto control = standins::makeControl();
   names.add(control, "ctl");
-  EXPECT_EQ(describe(Variant(true), names), "True");
-  EXPECT_EQ(describe(Variant("it's"), names), "\"it's\"");
-  EXPECT_EQ(describe(Variant(control), names), "<object ctl>");
-  EXPECT_EQ(describe(Variant::nothing(), names), "Nothing");
-  EXPECT_EQ(describe(Variant(SafeArray({Bound{0, 1}, Bound{2, 3}})), names),
-            "array (0 To 1, 2 To 3)");
+  const std::pair<Variant, const char*> shown[] = {
+      {Variant(true), "True"},
+      {Variant("it's"), "\"it's\""},
+      {Variant(control), "<object ctl>"},
+      {Variant::nothing(), "Nothing"},
+      {Variant(SafeArray({Bound{0, 1}, Bound{2, 3}})), "array (0 To 1, 2 To 3)"}};
+  for (const auto& [v, text] : shown) EXPECT_EQ(describe(v, names), text);
 }
 
-TEST(ToolCatalogue, ReadsLinesOfIdAndText) {
+TEST(ToolCatalogue, ReadsLinesOfIdAndTextAndCoversTheCodeTableLookups) {
   auto c = readCatalogue("1\tuno\r\n\n22\tdell'anno\t(tab kept)\n");
-  EXPECT_EQ(c.size(), 2u);
-  EXPECT_EQ(c.at(1), "uno");
-  EXPECT_EQ(c.at(22), "dell'anno\t(tab kept)");
+  EXPECT_EQ(c, (Catalogue{{1, "uno"}, {22, "dell'anno\t(tab kept)"}}));
   for (auto bad : {"abc\ttext\n", "12 text\n", "1\tok\n\ttext\n", "99999999999\tx\n"})
     EXPECT_THROW(readCatalogue(bad), std::runtime_error) << bad;
-}
 
-/// True when the text holds "[digits]", the demo host's text for an id its
-/// catalogue lacks.
-bool showsMissingId(const std::string& text) {
-  for (size_t open = text.find('['); open != std::string::npos; open = text.find('[', open + 1)) {
-    size_t close = text.find_first_not_of("0123456789", open + 1);
-    if (close != std::string::npos && close > open + 1 && text[close] == ']') return true;
-  }
-  return false;
-}
-
-TEST(ToolCatalogue, BuiltInCatalogueCoversTheCodeTableLookups) {
-  Catalogue catalogue = readCatalogue(builtinCatalogue());
   ObjectFactory factory;
   registerBrelvane(factory);
   auto lookup = factory.create("Brelvane.CLSCI_LOOKUP");
-  lookup->putRef("ActiveInterface", Variant(makeDemoHost(catalogue, {})));
+  lookup->putRef("ActiveInterface", Variant(makeDemoHost(readCatalogue(builtinCatalogue()), {})));
   for (auto method : {"NatureCosti", "ProvenienzeCosti", "TipiContiCoin", "TipiAttivita",
                       "VariabilitaCosti", "NatureCausali", "TipoCliFor", "StatoRegCogeCoin"}) {
     lookup->invoke(method, {});
-    std::string sql = toText(lookup->get("Str_Sql")), caption = toText(lookup->get("Str_Caption"));
+    std::string sql = toText(lookup->get("Str_Sql")),
+                text = sql + toText(lookup->get("Str_Caption"));
     EXPECT_FALSE(sql.empty()) << method;
     // An id missing from the catalogue would show as [ID].
-    EXPECT_FALSE(showsMissingId(sql + caption)) << method;
+    for (size_t open = text.find('['); open != text.npos; open = text.find('[', open + 1)) {
+      size_t close = text.find_first_not_of("0123456789", open + 1);
+      EXPECT_FALSE(close != text.npos && close > open + 1 && text[close] == ']') << method;
+    }
   }
 }
 
-TEST(ToolCall, PrintsALookupDefinitionReadably) {
+TEST(ToolCall, PrintsResultsReadably) {
   auto r = tool({"call", "Brelvane.CLSCI_LOOKUP", "NatureCosti"});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.err, "");
-  std::istringstream lines(r.out);
-  std::string line;
-  std::getline(lines, line);
-  EXPECT_EQ(line, "Caption:   Nature di costo");
-  std::getline(lines, line);
-  EXPECT_EQ(line, "Lookup id: Lkp_NatureCosti");
-  std::getline(lines, line);
-  EXPECT_EQ(line, "Columns:   Codice | Descrizione | Tipologia | Descrizione Tipologia");
-  std::getline(lines, line);
-  EXPECT_EQ(line, "SQL:");
-  std::getline(lines, line);
-  EXPECT_EQ(line.substr(0, 28), " SELECT          PC04_CODICE");
-  EXPECT_EQ(r.out.find('\r'), std::string::npos);
-  EXPECT_NE(r.out.find("FNPC04_NATURECOSTI(PC04_CODICE,1))"), std::string::npos);
+  const std::string head =
+      "Caption:   Nature di costo\nLookup id: Lkp_NatureCosti\n"
+      "Columns:   Codice | Descrizione | Tipologia | Descrizione Tipologia\nSQL:\n"
+      " SELECT          PC04_CODICE";
+  EXPECT_EQ(r.out.substr(0, head.size()), head);
+  EXPECT_FALSE(has(r.out, "\r"));
+  EXPECT_TRUE(has(r.out, "FNPC04_NATURECOSTI(PC04_CODICE,1))"));
+
+  r = tool({"call", "--set", "CodicePdC='P01'", "Brelvane.CLSCI_CONNECT", "ExecCodiciPdC"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.rfind("Return: True\n", 0), 0u) << r.out;
+  for (auto part : {"CodicePdC: \"P01\"",
+                    "Quillane.CLSCI_CONNECT#1 Put {\"name\":\"CodicePdC\",\"value\":\"P01\"}",
+                    "Quillane.CLSCI_CONNECT#1 Call {\"name\":\"ExecCodiciPdC\""})
+    EXPECT_TRUE(has(r.out, part)) << part << "\n" << r.out;
+  // Names without accents find their members.
+  r = tool({"call", "brelvane.clsci_lookup", "CausaliContabilitaIndustriale"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has(r.out, "Lookup id: Lkp_CauCont"));
 }
 
 TEST(ToolCall, OptionsReachTheDemoHost) {
@@ -136,117 +128,214 @@ TEST(ToolCall, OptionsReachTheDemoHost) {
                  "NatureCosti"});
   std::remove(file.c_str());
   ASSERT_EQ(r.status, 0) << r.err;
-  auto doc = standins::Json::parse(r.out);
-  EXPECT_EQ(doc["properties"]["Str_Caption"], "Cost natures");
-  EXPECT_EQ(doc["properties"]["IDLookup"], "Lkp_NatureCosti");
-  EXPECT_EQ(doc["properties"]["Arr_Fields"]["$array"]["rows"][0][3], "Descrizione Tipologia");
-  std::string sql = doc["properties"]["Str_Sql"];
-  EXPECT_NE(sql.find("(PC04_CODICE,42))"), std::string::npos);
-  EXPECT_NE(sql.find("WHEN 0 THEN 'Undefined'"), std::string::npos);
-  EXPECT_NE(sql.find("WHEN 1 THEN '[16572]'"), std::string::npos);  // not in this catalogue
+  const Json doc = Json::parse(r.out)["properties"];
+  EXPECT_EQ(doc["Str_Caption"], "Cost natures");
+  EXPECT_EQ(doc["IDLookup"], "Lkp_NatureCosti");
+  EXPECT_EQ(doc["Arr_Fields"]["$array"]["rows"][0][3], "Descrizione Tipologia");
+  std::string sql = doc["Str_Sql"];
+  EXPECT_TRUE(has(sql, "(PC04_CODICE,42))"));
+  EXPECT_TRUE(has(sql, "WHEN 0 THEN 'Undefined'"));
+  EXPECT_TRUE(has(sql, "WHEN 1 THEN '[16572]'"));  // not in this catalogue
+
+  // The demo connection's proposal procedures answer for the built-in
+  // providers only, with the company code the call passes.
+  r = tool({"call", "Brelvane.CLSCI_LOOKUP", "ProposteContiPerProvider", "1", "7"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  for (auto part : {"Lookup id: Lkp_PropProv_7\n", "Columns:   Conto | Descrizione | Tipo conto\n",
+                    " FROM   PC03_ANAGPDC WITH(NOLOCK)\n", "connection ExecuteCommand"})
+    EXPECT_TRUE(has(r.out, part)) << part << "\n" << r.out;
+  r = tool({"call", "Brelvane.CLSCI_LOOKUP", "ProposteCausaliPerProvider2", "42", "1"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has(r.out, "FNCI03_CAUSALI(CI03_CODCAUS, 42)")) << r.out;
 }
 
-TEST(ToolCall, OtherClassesPrintTheirResultAndTheLaunchers) {
-  auto r = tool({"call", "--set", "CodicePdC='P01'", "Brelvane.CLSCI_CONNECT", "ExecCodiciPdC"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out.rfind("Return: True\n", 0), 0u) << r.out;
-  EXPECT_NE(r.out.find("CodicePdC: \"P01\""), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("Quillane.CLSCI_CONNECT#1 Put {\"name\":\"CodicePdC\",\"value\":\"P01\"}"),
-            std::string::npos)
-      << r.out;
-  EXPECT_NE(r.out.find("Quillane.CLSCI_CONNECT#1 Call {\"name\":\"ExecCodiciPdC\""),
-            std::string::npos);
+TEST(ToolCall, FailedLookupsAreStatusOne) {
+  auto r =
+      tool({"call", "--set", "ActiveInterface=nothing", "Brelvane.CLSCI_LOOKUP", "NatureCosti"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.out, "(empty: the lookup failed)"));  // the output as before
+  EXPECT_EQ(r.err.rfind("brelvane call: NatureCosti left Str_Sql empty: error 91", 0), 0u) << r.err;
+  r = tool(
+      {"call", "Brelvane.CLSCI_LOOKUP", "ProposteCogePerProvider", "1", "3"});  // unknown provider
+  EXPECT_EQ(r.status, 1) << r.err;
+  EXPECT_TRUE(has(r.out, "SQL:       (empty: the lookup failed)")) << r.out;
 }
 
-TEST(ToolCall, BadInputIsOneLineAndStatusTwo) {
-  const std::vector<std::vector<std::string_view>> cases = {
-      {"call"},
-      {"call", "Brelvane.CLSCI_LOOKUP"},
-      {"call", "Brelvane.CLSCI_NOPE", "NatureCosti"},
-      {"call", "Quillane.CLSCI_CONNECT", "ExecRicerca"},  // a stand-in, not a class
-      {"call", "Brelvane.CLSCI_LOOKUP", "Str_Sql"},
-      {"call", "Brelvane.CLSCI_LOOKUP", "NatureCosti", "1"},
-      {"call", "Brelvane.CLSCI_LOOKUP", "ClassiCorrelate"},
-      {"call", "Brelvane.CLSCI_LOOKUP", "ClassiCorrelate", "missing"},
-      {"call", "Brelvane.CLSCI_LOOKUP", "CausaliPerTipoMovimentazione", "abc"},
-      {"call", "Brelvane.CLSCI_LOOKUP", "CausaliPerTipoMovimentazione", "integer:x"},
-      {"call", "--frobnicate", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"call", "--company", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"call", "--set", "Nope=1", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"call", "--set", "TipoLookupPdC='x'", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"call", "--set", "novalue", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"call", "--catalog", "/nonexistent/catalogue.tsv", "Brelvane.CLSCI_LOOKUP", "NatureCosti"},
-      {"list", "Brelvane.CLSCI_NOPE"},
-      {"list", "--frobnicate"},
-      {"run"},
-      {"run", "/nonexistent/scenario.json"},
-      {"frobnicate"},
-      {},
-  };
-  for (const auto& args : cases) {
-    auto r = tool(args);
-    std::string shown;
-    for (auto a : args) shown += std::string(a) + " ";
-    EXPECT_EQ(r.status, kBadInput) << shown;
-    EXPECT_EQ(r.out, "") << shown;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << shown << r.err;
+TEST(ToolNames, CaseAndAccentsDoNotMatterAndNearMissesGetASuggestion) {
+  EXPECT_EQ(foldName("CausaliContabilitàIndustriale"), "causalicontabilitaindustriale");
+  EXPECT_EQ(foldName("ÀÉÎÕÜàéîõüÇçÑñ"), "aeiouaeiouccnn");
+  EXPECT_EQ(foldName("×÷"), "×÷");  // signs have no base letter
+  std::vector<std::string> names = {"ChiusuraMovimentiContabilitàIndustriale", "NatureCosti"};
+  EXPECT_EQ(matchName("chiusuramovimenticontabilitaindustriale", names), names[0]);
+  EXPECT_EQ(matchName("NATURECOSTI", names), names[1]);
+  EXPECT_EQ(matchName("NatureCost", names), std::nullopt);
+  names = {"NatureCosti", "TipiContiCoin", "Brelvane.CLSCI_LOOKUP"};
+  EXPECT_EQ(nearestName("NaturCosti", names), "NatureCosti");
+  EXPECT_EQ(nearestName("tipicontocoin", names), "TipiContiCoin");
+  EXPECT_EQ(nearestName("Brelvane.CLSCI_LOKUP", names), "Brelvane.CLSCI_LOOKUP");
+  EXPECT_EQ(nearestName("Magazzino", names), std::nullopt);
+  EXPECT_EQ(didYouMean("Magazzino", names), "");
+}
+
+TEST(ToolCli, NulBytesAndHugeInputMakeShortMessages) {
+  using namespace std::string_view_literals;
+  const std::string huge(1 << 16, 'k');  // 64 KiB: far past any message's length
+  const std::pair<std::string, std::string> cases[] = {
+      {std::string("{\"steps\": []}\0trailing"sv), "NUL byte"},
+      {std::string("{\"steps\": [\0]}"sv), "NUL byte"},
+      {"{\"steps\": [{\"" + huge + "\": 1}]}", ""},  // a key
+      {"{\"steps\": [" + huge + "]}", ""},           // a token
+      {"{\"steps\": [{\"$integer\": \"" + huge + "\"}]}", ""}};
+  for (const auto& [text, part] : cases) {
+    std::ostringstream out, err;
+    EXPECT_EQ(runScenario(text, out, err), kScenarioInvalid);
+    EXPECT_EQ(out.str(), "");
+    EXPECT_LT(err.str().size(), 400u) << err.str().substr(0, 400);
+    EXPECT_NE(err.str().find(part), std::string::npos) << err.str();
   }
 }
 
-TEST(ToolCall, EveryCommandHasHelp) {
-  for (auto args : std::vector<std::vector<std::string_view>>{
-           {"--help"}, {"run", "--help"}, {"call", "--help"}, {"list", "-h"}}) {
+TEST(ToolCli, OutputThatCannotBeWrittenIsStatusTwo) {
+  std::ostream broken(nullptr);  // every write fails
+  std::ostringstream err;
+  std::vector<std::string_view> args = {"list"};
+  EXPECT_EQ(runTool(args, broken, err), kBadInput);
+  EXPECT_EQ(err.str().rfind("brelvane: cannot write the output", 0), 0u) << err.str();
+}
+
+TEST(ToolCli, BadInputIsStatusTwoAndOneLine) {
+  const std::string dir = std::filesystem::temp_directory_path().string();
+  const std::string lk = "call Brelvane.CLSCI_LOOKUP ", set = "call --set ";
+  // The arguments, split at blanks; the whole message, or a part of it after "...".
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"call", ""},
+      {lk, ""},
+      {"call Brelvane.CLSCI_NOPE NatureCosti", ""},
+      {"call Quillane.CLSCI_CONNECT ExecRicerca", ""},  // a stand-in, not a class
+      {lk + "Str_Sql", ""},
+      {lk + "NatureCosti 1", ""},
+      {lk + "ClassiCorrelate", ""},
+      {lk + "ClassiCorrelate missing", ""},
+      {lk + "CausaliPerTipoMovimentazione abc",
+       "brelvane call: CausaliPerTipoMovimentazione: fintMaskTipoMovimentazione (Integer) "
+       "cannot take \"abc\"\n"},
+      {lk + "CausaliPerTipoMovimentazione integer:x", ""},
+      {lk + "NaturCosti", "...has no method NaturCosti (did you mean NatureCosti?)"},
+      {lk + std::string(1 << 16, 'k'), ""},  // 64 KiB: the message quotes an excerpt
+      {"call --frobnicate Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {"call --company Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {set + "Nope=1 Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {set + "TipoLookupPdC='x' Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {set + "novalue Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {"call --catalog /nonexistent/catalogue.tsv Brelvane.CLSCI_LOOKUP NatureCosti", ""},
+      {"call --catalog " + dir + " Brelvane.CLSCI_LOOKUP NatureCosti",
+       "brelvane call: cannot read " + dir + ": it is a directory\n"},
+      // After a double dash everything is an operand: a file to run, a ProgID to list.
+      {"call -- Brelvane.CLSCI_LOOKUP CausaliPerTipoMovimentazione --json",
+       "...cannot take \"--json\""},
+      {"list Brelvane.CLSCI_NOPE", ""},
+      {"list Brelvane.CLSCI_DECOD", "...(did you mean Brelvane.CLSCI_DECODE?)"},
+      {"list --frobnicate", ""},
+      {"list -- --json", "...unknown ProgID --json"},
+      {"run", ""},
+      {"run /nonexistent/s.json",
+       "brelvane run: cannot read /nonexistent/s.json: No such file or directory\n"},
+      {"run " + dir, "brelvane run: cannot read " + dir + ": it is a directory\n"},
+      {"run -- --help", "...brelvane run: cannot read --help: "},
+      {"help frobnicate", ""},
+      {"frobnicate", ""},
+      {"", ""},
+  };
+  for (const auto& [line, message] : rows) {
+    std::vector<std::string_view> args;
+    for (size_t at = 0, end; at < line.size(); at = end + 1) {
+      end = std::min(line.find(' ', at), line.size());
+      args.push_back(std::string_view(line).substr(at, end - at));
+    }
+    SCOPED_TRACE(line.substr(0, 100));
     auto r = tool(args);
+    EXPECT_EQ(r.status, kBadInput);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_LT(r.err.size(), 400u);
+    if (message.starts_with("...")) {
+      EXPECT_TRUE(has(r.err, message.substr(3))) << r.err;
+    } else if (!message.empty()) {
+      EXPECT_EQ(r.err, message);
+    }
+  }
+}
+
+TEST(ToolCli, VersionAndHelpOfEachCommand) {
+  auto r = tool({"--version"});
+  EXPECT_EQ(r.status, 0);
+  // "brelvane MAJOR.MINOR.PATCH", one line.
+  std::string version = r.out.substr(0, r.out.find('\n'));
+  EXPECT_EQ(version.rfind("brelvane ", 0), 0u) << r.out;
+  EXPECT_EQ(std::count(version.begin(), version.end(), '.'), 2) << r.out;
+  EXPECT_EQ(version.find_first_not_of("0123456789.", 9), std::string::npos) << r.out;
+  EXPECT_EQ(r.out.size(), version.size() + 1) << r.out;
+  for (auto command : {"run", "call", "list", "completion"}) {
+    auto viaHelp = tool({"help", command});
+    EXPECT_EQ(viaHelp.status, 0) << command;
+    EXPECT_EQ(viaHelp.out, tool({command, "--help"}).out) << command;
+    EXPECT_TRUE(has(viaHelp.out, std::string("brelvane ") + command));
+  }
+  for (Args args :
+       {Args{"--help"}, Args{"run", "--help"}, Args{"call", "--help"}, Args{"list", "-h"}}) {
+    r = tool(args);
     EXPECT_EQ(r.status, 0);
-    EXPECT_NE(r.out.find("Usage"), std::string::npos);
+    EXPECT_TRUE(has(r.out, "Usage"));
     EXPECT_EQ(r.err, "");
   }
 }
 
-TEST(ToolList, ListsEveryRegisteredClassFromItsTable) {
+TEST(ToolList, ListsEveryRegisteredClassFromItsTableWithinEightyColumns) {
   ObjectFactory factory;
   registerBrelvane(factory);
   auto r = tool({"list"});
   ASSERT_EQ(r.status, 0);
   for (const auto& entry : factory.entries()) {
     if (!entry.info) continue;
-    EXPECT_NE(r.out.find(entry.progId + " - "), std::string::npos) << entry.progId;
+    EXPECT_TRUE(has(r.out, entry.progId + " - ")) << entry.progId;
     for (const auto& m : entry.info->methods)
-      EXPECT_NE(r.out.find("    " + m.name + "("), std::string::npos) << m.name;
+      EXPECT_TRUE(has(r.out, "    " + m.name + "(")) << m.name;
   }
   // Long signatures wrap between parameters, under an indent of eight.
   std::string joined = r.out;
   for (size_t at; (at = joined.find("\n        ")) != std::string::npos;)
     joined.replace(at, 9, " ");
-  EXPECT_NE(joined.find("AnagraficaIntermediPDCCoGe2(flngCodiceDitta As Long, CodicePdC As "
-                        "Variant, Optional fintLivello As Integer = 1)"),
-            std::string::npos);
+  EXPECT_TRUE(has(joined,
+                  "AnagraficaIntermediPDCCoGe2(flngCodiceDitta As Long, CodicePdC As "
+                  "Variant, Optional fintLivello As Integer = 1)"));
+  // Away from a terminal a line may pass column 80 only when it is one word after its indent.
+  std::istringstream lines(r.out);
+  size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    size_t columns = 0;
+    for (char c : line) columns += (c & 0xC0) != 0x80;
+    EXPECT_TRUE(columns <= 80 || line.find(' ', line.find_first_not_of(' ')) == line.npos) << line;
+  }
+  EXPECT_GT(count, 50u);
 }
 
 TEST(ToolList, JsonListingCarriesParametersEventsAndEnumerations) {
   auto r = tool({"list", "--json", "brelvane.clsci_connect"});
   ASSERT_EQ(r.status, 0) << r.err;
-  auto doc = standins::Json::parse(r.out);
+  auto doc = Json::parse(r.out);
   ASSERT_EQ(doc.size(), 1u);
   const auto& c = doc[0];
   EXPECT_EQ(c["progId"], "Brelvane.CLSCI_CONNECT");
-  bool transfer = false;
-  for (const auto& e : c["events"])
-    if (e["name"] == "TransferData") {
-      transfer = true;
-      EXPECT_EQ(e["params"][0]["name"], "Cancel");
-      EXPECT_EQ(e["params"][0]["byRef"], true);
-    }
-  EXPECT_TRUE(transfer);
-  bool mask = false;
-  for (const auto& e : c["enumerations"])
-    if (e["name"] == "MaskTipoMovimentazione") mask = e["members"]["MovRipartizioneCosti"] == 8;
-  EXPECT_TRUE(mask);
-  for (const auto& p : c["properties"]) {
-    if (p["name"] == "ConnectField") {
-      EXPECT_EQ(p["access"], standins::Json::parse(R"(["putRef"])"));
-    }
-  }
+  auto named = [](const Json& list, const std::string& name) {
+    for (const auto& e : list)
+      if (e["name"] == name) return e;
+    return Json();
+  };
+  EXPECT_EQ(named(c["events"], "TransferData")["params"][0]["byRef"], true);
+  EXPECT_EQ(named(c["events"], "TransferData")["params"][0]["name"], "Cancel");
+  EXPECT_EQ(named(c["enumerations"], "MaskTipoMovimentazione")["members"]["MovRipartizioneCosti"],
+            8);
+  EXPECT_EQ(named(c["properties"], "ConnectField")["access"], Json::parse(R"(["putRef"])"));
 }
 
 }  // namespace
