@@ -11,6 +11,7 @@
 namespace brelvane {
 namespace {
 
+using testing::call;
 using testing::errorOf;
 
 class Sample final : public Dispatch {
@@ -47,10 +48,6 @@ class Sample final : public Dispatch {
   }
   void Bump(int16_t& value) { ++value; }
 };
-
-Variant call(Dispatch& d, std::string_view name, std::vector<Variant> args = {}) {
-  return d.invoke(name, args);
-}
 
 TEST(Dispatch, ConvertsArgumentsToDeclaredTypes) {
   // Refused conversions (13, 6), unknown members (438) and argument counts
