@@ -122,14 +122,13 @@ const void* const* dualVtableOf(std::string_view owner) {
   for (size_t i = 0; i < kDualSlotCount; ++i) {
     const DualSlots& c = kDualSlots[i];
     if (c.owner != owner) continue;
-    std::vector<const void*> table{
-        reinterpret_cast<const void*>(&queryInterface),
-        reinterpret_cast<const void*>(&addRef),
-        reinterpret_cast<const void*>(&release),
-        reinterpret_cast<const void*>(&getTypeInfoCount),
-        reinterpret_cast<const void*>(&getTypeInfo),
-        reinterpret_cast<const void*>(&getIDsOfNames),
-        reinterpret_cast<const void*>(&invoke)};
+    std::vector<const void*> table{reinterpret_cast<const void*>(&queryInterface),
+                                   reinterpret_cast<const void*>(&addRef),
+                                   reinterpret_cast<const void*>(&release),
+                                   reinterpret_cast<const void*>(&getTypeInfoCount),
+                                   reinterpret_cast<const void*>(&getTypeInfo),
+                                   reinterpret_cast<const void*>(&getIDsOfNames),
+                                   reinterpret_cast<const void*>(&invoke)};
     for (size_t s = 0; s < c.count; ++s) table.push_back(reinterpret_cast<const void*>(c.slots[s]));
     return tables.emplace(c.owner, std::move(table)).first->second.data();  // static text
   }

@@ -13,7 +13,8 @@
 namespace brelvane::com {
 
 constexpr GUID toGuid(const guids::Guid& g) {
-  return {g.d1, g.d2, g.d3, {g.d4[0], g.d4[1], g.d4[2], g.d4[3], g.d4[4], g.d4[5], g.d4[6], g.d4[7]}};
+  return {
+      g.d1, g.d2, g.d3, {g.d4[0], g.d4[1], g.d4[2], g.d4[3], g.d4[4], g.d4[5], g.d4[6], g.d4[7]}};
 }
 
 inline constexpr GUID kLibId = toGuid(guids::kLibrary);

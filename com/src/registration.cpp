@@ -157,11 +157,13 @@ std::string assemblyManifest() {
 #else
   const char* architecture = "x86";
 #endif
-  std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-                    "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">\r\n"
-                    "  <assemblyIdentity type=\"win32\" name=\"" + std::string(kAssemblyName) +
-                    "\" version=\"" BRELVANE_VERSION ".0\" processorArchitecture=\"" +
-                    architecture + "\"/>\r\n  <file name=\"brelvane.dll\">\r\n";
+  std::string xml =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+      "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">\r\n"
+      "  <assemblyIdentity type=\"win32\" name=\"" +
+      std::string(kAssemblyName) +
+      "\" version=\"" BRELVANE_VERSION ".0\" processorArchitecture=\"" + architecture +
+      "\"/>\r\n  <file name=\"brelvane.dll\">\r\n";
   std::string proxies;
   for (const auto& c : kClasses) {
     const std::string name = narrow(c.name), progId(c.progId);

@@ -7,6 +7,7 @@
 // host registered. Prints a line per difference and a count; exit 1 on one.
 // A typed call through the generated header's declarations comes first.
 #include <windows.h>
+
 #include <oleauto.h>
 
 #include <cstdio>
@@ -51,7 +52,8 @@ std::wstring text(const VARIANT& v) {
   VARIANT s;
   VariantInit(&s);
   std::wstring t = std::to_wstring(v.vt) + L":";
-  if (SUCCEEDED(VariantChangeType(&s, const_cast<VARIANT*>(&v), 0, VT_BSTR))) t += s.bstrVal ? s.bstrVal : L"";
+  if (SUCCEEDED(VariantChangeType(&s, const_cast<VARIANT*>(&v), 0, VT_BSTR)))
+    t += s.bstrVal ? s.bstrVal : L"";
   VariantClear(&s);
   return t;
 }
@@ -69,16 +71,32 @@ VARIANT argument(VARTYPE vt, IDispatch* host, bool optional) {
   VariantInit(&v);
   v.vt = vt;
   switch (vt) {
-    case VT_I2: v.iVal = 1; break;
-    case VT_I4: v.lVal = 1; break;
-    case VT_R8: v.dblVal = 1.5; break;
-    case VT_DATE: v.date = 46348; break;  // 2026-11-22
-    case VT_BOOL: v.boolVal = VARIANT_FALSE; break;
-    case VT_BSTR: v.bstrVal = SysAllocString(L"7"); break;
-    case VT_DISPATCH: v.pdispVal = host, host->AddRef(); break;
+    case VT_I2:
+      v.iVal = 1;
+      break;
+    case VT_I4:
+      v.lVal = 1;
+      break;
+    case VT_R8:
+      v.dblVal = 1.5;
+      break;
+    case VT_DATE:
+      v.date = 46348;
+      break;  // 2026-11-22
+    case VT_BOOL:
+      v.boolVal = VARIANT_FALSE;
+      break;
+    case VT_BSTR:
+      v.bstrVal = SysAllocString(L"7");
+      break;
+    case VT_DISPATCH:
+      v.pdispVal = host, host->AddRef();
+      break;
     default:  // VT_VARIANT: omitted when optional, else a number
-      if (optional) v.vt = VT_ERROR, v.scode = DISP_E_PARAMNOTFOUND;
-      else v.vt = VT_I4, v.lVal = 1;
+      if (optional)
+        v.vt = VT_ERROR, v.scode = DISP_E_PARAMNOTFOUND;
+      else
+        v.vt = VT_I4, v.lVal = 1;
   }
   return v;
 }
@@ -115,7 +133,8 @@ struct Check {
 
   /// Calls `f` on `object` by its vtable slot or by Invoke.
   Outcome call(IDispatch* object, ITypeInfo* info, const FUNCDESC* f, bool vtable) {
-    const bool retval = f->cParams > 0 &&
+    const bool retval =
+        f->cParams > 0 &&
         (f->lprgelemdescParam[f->cParams - 1].paramdesc.wParamFlags & PARAMFLAG_FRETVAL);
     const int inputs = f->cParams - (retval ? 1 : 0);
     std::vector<VARIANT> values(f->cParams), cells(f->cParams);
@@ -124,8 +143,8 @@ struct Check {
       const ELEMDESC& e = f->lprgelemdescParam[i];
       const VARTYPE t = abiType(info, e.tdesc);
       const VARTYPE base = t & ~VT_BYREF;
-      cells[i] = i < inputs ? argument(base, host, e.paramdesc.wParamFlags & PARAMFLAG_FOPT)
-                            : VARIANT{};
+      cells[i] =
+          i < inputs ? argument(base, host, e.paramdesc.wParamFlags & PARAMFLAG_FOPT) : VARIANT{};
       if (i >= inputs) VariantInit(&cells[i]), cells[i].vt = base;
       VariantInit(&values[i]);
       if (t & VT_BYREF) {  // the argument is a pointer to the cell's value
@@ -158,7 +177,8 @@ struct Check {
       o.hr = object->Invoke(f->memid, IID_NULL, 0, static_cast<WORD>(f->invkind), &p,
                             retval ? &r : nullptr, &ex, nullptr);
       if (o.hr == DISP_E_EXCEPTION) o.hr = ex.scode;
-      SysFreeString(ex.bstrSource), SysFreeString(ex.bstrDescription), SysFreeString(ex.bstrHelpFile);
+      SysFreeString(ex.bstrSource), SysFreeString(ex.bstrDescription),
+          SysFreeString(ex.bstrHelpFile);
       if (retval && SUCCEEDED(o.hr)) {  // as the vtable would hand it back
         VARTYPE base = types.back() & ~VT_BYREF;
         if (base != VT_VARIANT && !(base == VT_DISPATCH && r.vt == VT_EMPTY))
@@ -249,8 +269,8 @@ int main() {
   LPOLESTR sqlName = const_cast<LPOLESTR>(L"Str_Sql");
   DISPPARAMS none{};
   const bool headerHolds =
-      SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER, IID__CLSCI_LOOKUP,
-                                 reinterpret_cast<void**>(&lookup))) &&
+      SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
+                                 IID__CLSCI_LOOKUP, reinterpret_cast<void**>(&lookup))) &&
       SUCCEEDED(lookup->putref_ActiveInterface(host)) && SUCCEEDED(lookup->NatureCosti()) &&
       SUCCEEDED(lookup->get_Str_Sql(&typed)) && SysStringLen(typed) > 0 &&
       SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
@@ -291,8 +311,9 @@ int main() {
     if (view) view->Release();
     coclass->Release();
   }
-  std::printf("early binding: %d classes, %d vtable functions (%d succeed), %d differ from Invoke\n",
-              classes, check.functions, check.succeeded, check.differences);
+  std::printf(
+      "early binding: %d classes, %d vtable functions (%d succeed), %d differ from Invoke\n",
+      classes, check.functions, check.succeeded, check.differences);
   host->Release();
   lib->Release();
   CoUninitialize();

@@ -4,6 +4,7 @@
 // information is found through the manifest's type library, and a property
 // is read by name. Prints one line per class; exit status 1 on a failure.
 #include <windows.h>
+
 #include <oleauto.h>
 
 #include <cstdio>
