@@ -60,8 +60,10 @@ TEST(VariantNumber, RoundsHalfToEvenAndChecksRange) {
                                        {V("abc"), kMismatch},   {V(""), kMismatch},
                                        {V("1,5"), kMismatch},   {V::null(), kNull},
                                        {V(std::nan("")), kOver}};
-  for (const auto& [v, e] : refused)
-    EXPECT_EQ(errorOf([&] { toInteger(v); }), e) << typeName(v.type());
+  for (const auto& [v, e] : refused) {
+    const V& value = v;  // Clang before 16 cannot capture a structured binding
+    EXPECT_EQ(errorOf([&] { toInteger(value); }), e) << typeName(v.type());
+  }
   EXPECT_EQ(toLong(V(2147483647.0)), 2147483647);
   EXPECT_EQ(errorOf([] { toLong(V(2147483647.5)); }), kOver);
   EXPECT_EQ(errorOf([] { toLong(V(std::numeric_limits<double>::infinity())); }), kOver);
