@@ -110,27 +110,6 @@ struct Check {
   IDispatch* host;
   int functions = 0, differences = 0, succeeded = 0;
 
-  void setUp(IDispatch* object, bool vtable, const FUNCDESC* putRef) {
-    if (vtable && putRef) {
-      VARIANT a;
-      VariantInit(&a);
-      a.vt = VT_DISPATCH, a.pdispVal = host;
-      VARTYPE t = VT_DISPATCH;
-      VARIANT* args[] = {&a};
-      VARIANT r;
-      DispCallFunc(object, putRef->oVft, CC_STDCALL, VT_ERROR, 1, &t, args, &r);
-      return;
-    }
-    DISPID id, put = DISPID_PROPERTYPUT;
-    LPOLESTR name = const_cast<LPOLESTR>(L"ActiveInterface");
-    if (FAILED(object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id))) return;
-    VARIANT a;
-    VariantInit(&a);
-    a.vt = VT_DISPATCH, a.pdispVal = host;
-    DISPPARAMS p{&a, &put, 1, 1};
-    object->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUTREF, &p, nullptr, nullptr, nullptr);
-  }
-
   /// Calls `f` on `object` by its vtable slot or by Invoke.
   Outcome call(IDispatch* object, ITypeInfo* info, const FUNCDESC* f, bool vtable) {
     const bool retval =
@@ -229,7 +208,7 @@ struct Check {
       Outcome o[2];
       std::wstring after[2];
       for (int k = 0; k < 2; ++k) {
-        setUp(objects[k], k == 0, putRef);
+        if (putRef) call(objects[k], info, putRef, k == 0);  // the host, as every object
         o[k] = call(objects[k], info, f, k == 0);
         after[k] = properties(objects[k], info, attr, k == 0);
         objects[k]->Release();
