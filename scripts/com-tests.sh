@@ -6,15 +6,16 @@
 # suites of com/tests/comsuite.py against the native tool with each host,
 # the early-bound client (every vtable function against Invoke), the
 # launcher, event and database suites and the compiled client check of
-# com/tests/launch/run.sh, and com/tests/registration.sh. The native tool
-# is build-test's when the plain step built it. (`scripts/test.sh com32`
-# builds the x86 DLL.)
+# com/tests/launch/run.sh, and com/tests/registration.sh. Then builds the
+# x86 DLL (build-com32) and writes the release archive
+# build-com/brelvane-VERSION-windows.zip. The native tool is build-test's
+# when the plain step built it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
 jobs=${BRELVANE_JOBS:-2}
 
-scripts/deps.sh g++-mingw-w64-x86-64 wine python3
+scripts/deps.sh g++-mingw-w64-x86-64 g++-mingw-w64-i686 wine python3
 
 timed() {  # timed WHAT COMMAND...: runs it, then says how long it took
   local what=$1 started=$SECONDS status=0
@@ -77,6 +78,27 @@ timed "suites" suites || status=1
 timed "early binding" wine build-com/com/tests/early_bound/brelvane_early_bound_check.exe || status=1
 timed "launch, event and database suites, client check" \
   env BRELVANE_NATIVE="$root/$tool" sh com/tests/launch/run.sh build-com || status=1
-# Last: it unregisters the DLL and registers it again per user.
+# It unregisters the DLL and registers it again per user.
 timed "registration checks" sh com/tests/registration.sh build-com || status=1
+
+# The x86 DLL is built only: this machine's Wine runs 64-bit programs only.
+timed "x86 build" cross build-com32 i686 --target brelvane_com || status=1
+package() {
+  local version zip
+  version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' build-com/CMakeCache.txt)
+  zip=build-com/brelvane-$version-windows.zip
+  cmake -DX64="$root/build-com" -DFILES="$root/build-com/regfree" -DX86="$root/build-com32" \
+    -DVERSION="$version" -DOUT="$root/build-com" -P com/package/zip.cmake || return 1
+  x86_64-w64-mingw32-objdump -f build-com32/com/brelvane.dll | grep -q 'file format pei-i386' ||
+    { echo "the x86 DLL is not a 32-bit DLL" >&2; return 1; }
+  python3 - "$zip" "brelvane-$version-windows" <<'CHECK'
+import sys, zipfile
+names = set(zipfile.ZipFile(sys.argv[1]).namelist())
+want = {f"{sys.argv[2]}/{n}" for n in ["x64/brelvane.dll", "x64/brelvane.tlb", "x64/brelvane.sxs.manifest",
+        "x86/brelvane.dll", "include/brelvane_com.h", "README-windows.txt"]}
+print("\n".join(sorted(names)))
+sys.exit(f"missing from the archive: {sorted(want - names)}" if want - names else 0)
+CHECK
+}
+timed "release archive" package || status=1
 exit "$status"

@@ -13,12 +13,12 @@
 # So each compiler, each kind of library and both optimisation levels are
 # built and tested once, without a third native build.
 #   com        the x64 COM server cross-built with mingw-w64 and run under
-#              Wine: every lookup and decoder member called from VBScript
-#              with two hosts, every launch, event and database path, and
-#              compared with the native tool; registration and the type
-#              library (scripts/com-tests.sh)
-#   com32      the x86 COM server, built only: this machine's Wine is 64-bit
-#              only, and CI skips the step to stay within its time
+#              Wine: used without registration, every lookup and decoder
+#              member called from VBScript with two hosts and every vtable
+#              function against Invoke, every launch, event and database
+#              path, compared with the native tool; registration and the
+#              type library; then the x86 DLL (built only) and the release
+#              archive (scripts/com-tests.sh)
 # `scripts/test.sh STEP...` runs only those steps. A step is a function
 # below; add one and list it in `steps`. Every ctest call fails when no test
 # ran (--no-tests=error).
@@ -76,12 +76,6 @@ step_sanitize() {
 
 step_com() {
   BRELVANE_JOBS=$jobs scripts/com-tests.sh
-}
-
-step_com32() {
-  scripts/deps.sh g++-mingw-w64-i686
-  configure_and_build build-com32 -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/mingw-w64-i686.cmake \
-    -DCMAKE_BUILD_TYPE=MinSizeRel
 }
 
 scripts/deps.sh
