@@ -185,7 +185,7 @@ class Writer {
         value.typeName = e.property->typeName;
         const std::span<const ParamInfo> one(&value, 1);
         const bool get = e.accessor == Accessor::Get;
-        const INVOKEKIND kind = get                             ? INVOKE_PROPERTYGET
+        const INVOKEKIND kind = get                           ? INVOKE_PROPERTYGET
                                 : e.accessor == Accessor::Put ? INVOKE_PROPERTYPUT
                                                               : INVOKE_PROPERTYPUTREF;
         addFunction(info, index++, e.dispId, kind, e.property->name,

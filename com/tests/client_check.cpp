@@ -62,7 +62,7 @@ struct Sink final : IDispatch {
   HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* p, VARIANT*,
                                    EXCEPINFO*, UINT*) override {
     seen.push_back(id);
-    VARIANT* a = p->rgvarg;  // last first
+    VARIANT* a = p->rgvarg;          // last first
     if (id == 1 && p->cArgs == 3) {  // TransferData(Cancel, Data, tsCalledProgram)
       cancelType = a[2].vt;
       if (a[2].vt == (VT_BYREF | VT_BOOL)) *a[2].pboolVal = VARIANT_TRUE;

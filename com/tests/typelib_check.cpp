@@ -48,8 +48,10 @@ std::string guidText(const GUID& guid) {
 // ---- The lines, the same for both sides ------------------------------------
 
 std::string paramText(std::string out, int flags, const std::string& dflt) {
-  for (auto [bit, word] : {std::pair{PARAMFLAG_FIN, " in"}, {PARAMFLAG_FOUT, " out"},
-                           {PARAMFLAG_FOPT, " optional"}, {PARAMFLAG_FHASDEFAULT, " default"}})
+  for (auto [bit, word] : {std::pair{PARAMFLAG_FIN, " in"},
+                           {PARAMFLAG_FOUT, " out"},
+                           {PARAMFLAG_FOPT, " optional"},
+                           {PARAMFLAG_FHASDEFAULT, " default"}})
     if (flags & bit) out += word;
   return dflt.empty() ? out : out + " = " + dflt;
 }
@@ -121,21 +123,23 @@ void expectedLines(Lines& out, const ClassIdentity& identity, const ClassInfo& c
   const std::string source = narrow(kEventInterfaceName);
   for (const auto& e : c.enums) {
     std::string text = "enum " + e.name;
-    for (const auto& [member, value] : e.members) text += " " + member + "=" + std::to_string(value);
+    for (const auto& [member, value] : e.members)
+      text += " " + member + "=" + std::to_string(value);
     out.insert(text);
   }
   out.insert(interfaceText(methods, identity.iid, 7));
   if (identity.hasEvents) out.insert(interfaceText(source, kDiidConnectEvents, 7));
-  out.insert("coclass " + name + " creatable: " + methods + guidText(identity.iid) + " default" +
-             (identity.hasEvents ? ", " + source + guidText(kDiidConnectEvents) + " default source"
-                                 : ""));
+  out.insert(
+      "coclass " + name + " creatable: " + methods + guidText(identity.iid) + " default" +
+      (identity.hasEvents ? ", " + source + guidText(kDiidConnectEvents) + " default source" : ""));
   for (const auto& p : c.properties) {
     ParamInfo value{{}, p.type, p.typeName};
-    for (auto [can, kind] : {std::pair{p.canGet, INVOKE_PROPERTYGET}, {p.canPut, INVOKE_PROPERTYPUT},
+    for (auto [can, kind] : {std::pair{p.canGet, INVOKE_PROPERTYGET},
+                             {p.canPut, INVOKE_PROPERTYPUT},
                              {p.canPutRef, INVOKE_PROPERTYPUTREF}})
       if (can)
-        add(out, methods, name, p.name, kind, kind == INVOKE_PROPERTYGET ? std::vector<ParamInfo>{}
-                                                                         : std::vector{value},
+        add(out, methods, name, p.name, kind,
+            kind == INVOKE_PROPERTYGET ? std::vector<ParamInfo>{} : std::vector{value},
             kind == INVOKE_PROPERTYGET ? baseType(value) : "void", p.doc, {value});
   }
   for (const auto& m : c.methods)
@@ -187,9 +191,9 @@ std::string functionLine(const std::string& owner, ITypeInfo* info, const FUNCDE
           SUCCEEDED(VariantChangeTypeEx(&text, &v, LOCALE_INVARIANT, VARIANT_ALPHABOOL, VT_BSTR));
       dflt = typeText(info, {{}, v.vt}) + " " + (shown ? taken(text.bstrVal) : "?");
     }
-    params.push_back(paramText((UINT(n + 1) < count ? taken(names[n + 1]) : "") + ":" +
-                                   typeText(info, e.tdesc),
-                               flags, dflt));
+    params.push_back(
+        paramText((UINT(n + 1) < count ? taken(names[n + 1]) : "") + ":" + typeText(info, e.tdesc),
+                  flags, dflt));
   }
   const std::string name = count ? taken(names[0]) : "?";
   return functionText(owner, f.memid, f.funckind == FUNC_DISPATCH ? name : name + " (vtable)",

@@ -37,11 +37,11 @@ TEST(ChartAccounts, TheNaturesLineEndsInABlank) {
     World world;
     auto lookup = world.create<CLSCI_LOOKUP>();
     lookup->ActiveInterface = world.host({{"kind", "host"}, {"company", {{"Code", 5}}}});
-    lookup->Connessione = world.connection(
-        {{"kind", "connection"},
-         {"results", {{{"match", "PC01_DESCRPDC"},
-                       {"columns", {"PC01_INDTIPOPDC"}},
-                       {"rows", Json::array({Json::array({kind})})}}}}});
+    lookup->Connessione = world.connection({{"kind", "connection"},
+                                            {"results",
+                                             {{{"match", "PC01_DESCRPDC"},
+                                               {"columns", {"PC01_INDTIPOPDC"}},
+                                               {"rows", Json::array({Json::array({kind})})}}}}});
     call(*lookup, "AnagraficaPianoDeiConti", {Variant(int32_t{20})});
     EXPECT_NE(lookup->Str_Sql.find(" OUTER APPLY DBO.FNPC04_NATURECOSTI(PC03_NATURA_PC04, 5) \r\n"),
               std::string::npos)

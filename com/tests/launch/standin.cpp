@@ -30,8 +30,8 @@
 namespace {
 
 using namespace brelvane;
-using standins::Json;
 using Microsoft::WRL::ComPtr;
+using standins::Json;
 namespace host = com::host;
 
 struct State {
@@ -85,11 +85,13 @@ struct Member {
   size_t arity;
   Variant (*call)(Dispatch&, std::span<Variant>);
 };
-#define MEMBER(NAME, N, T, ...) \
-  {NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
-     auto& o = as<T>(d);                                              \
-     return Variant((__VA_ARGS__));                                   \
-   }}
+#define MEMBER(NAME, N, T, ...)                                       \
+  {                                                                   \
+    NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
+      auto& o = as<T>(d);                                             \
+      return Variant((__VA_ARGS__));                                  \
+    }                                                                 \
+  }
 const Member kMembers[] = {
     MEMBER(host::kContext, 0, HostInterface, wrap(o.Context())),
     MEMBER(host::kInstallationSetting, 0, HostInterface, o.InstallationSetting()),
@@ -193,7 +195,8 @@ struct AdoCommand final : Dispatch {
   }
   void putRef(std::string_view member, const Variant& v) override {
     auto* ado = v.isObject() ? dynamic_cast<AdoConnection*>(v.object().get()) : nullptr;
-    if (!sameName(member, "ActiveConnection") || !ado) throw AutomationError::of(err::kTypeMismatch);
+    if (!sameName(member, "ActiveConnection") || !ado)
+      throw AutomationError::of(err::kTypeMismatch);
     if (!*command) *command = ado->connection->NewCommand();
     (*command)->SetActiveConnection(ado->connection);
   }
@@ -262,7 +265,7 @@ void advise(const Variant& source, const std::string& name, const Json& handlers
   ComPtr<IConnectionPointContainer> container;
   ComPtr<IConnectionPoint> point;
   if (!peer || FAILED(peer->QueryInterface(IID_IConnectionPointContainer,
-                                             reinterpret_cast<void**>(container.GetAddressOf()))))
+                                           reinterpret_cast<void**>(container.GetAddressOf()))))
     throw AutomationError(430, "scenario", "the object raises no events");
   if (FAILED(container->FindConnectionPoint(com::kDiidConnectEvents, &point)))
     throw AutomationError(430, "scenario", "no event interface");
@@ -322,7 +325,9 @@ struct Standins final : Dispatch {
   }
   static Variant call(std::string_view name, std::span<Variant> a) {
     State& s = state();
-    auto is = [&](std::string_view n, size_t count) { return sameName(name, n) && a.size() == count; };
+    auto is = [&](std::string_view n, size_t count) {
+      return sameName(name, n) && a.size() == count;
+    };
     Json* entry = s.steps.empty() ? nullptr : &s.steps.back();
     if (is("Load", 1)) {
       load(toText(a[0]));
@@ -388,7 +393,8 @@ std::shared_ptr<Dispatch> create(std::string_view progId) {
   if (progId == "ADODB.Command") return std::make_shared<AdoCommand>();
   if (progId == "BrelvaneTest.Standins") return std::make_shared<Standins>();
   if (progId == "BrelvaneTest.DemoHost")
-    return std::make_shared<ByName>(cli::makeDemoHost(cli::readCatalogue(cli::builtinCatalogue()), {}));
+    return std::make_shared<ByName>(
+        cli::makeDemoHost(cli::readCatalogue(cli::builtinCatalogue()), {}));
   auto made = state().factory.create(progId);
   return progId == kUtilityProgId ? std::make_shared<ByName>(made) : made;
 }
