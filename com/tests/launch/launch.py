@@ -230,8 +230,29 @@ def differences(native, com, what):
     return out
 
 
+def members_called(doc, members):
+    """The CLSCI_CONNECT members a scenario calls: its steps on an instance,
+    and the calls launchers make back on the instance they were handed."""
+    ours = {s.get("as", s["create"]) for s in doc["steps"] if s.get("create") == CONNECT}
+    found = {s["method"] for s in doc["steps"] if s.get("call") in ours and "method" in s}
+
+    def walk(value):
+        if isinstance(value, dict):
+            if value.get("call") in members:
+                found.add(value["call"])
+            for v in value.values():
+                walk(v)
+        elif isinstance(value, list):
+            for v in value:
+                walk(v)
+    walk(doc.get("launchers", {}))
+    return found & members
+
+
 def compare(d):
     registry, failed = json.loads((Path(d) / "registry.json").read_text()), 0
+    members = {m["name"] for c in registry if c["progId"] == CONNECT for m in c["methods"]}
+    proven = set()
     for base in sorted(Path(d).glob("*.native.json")):
         name = base.name[: -len(".native.json")]
         doc = json.loads((Path(d) / f"{name}.json").read_text())
@@ -272,8 +293,14 @@ def compare(d):
             if diff:
                 print("\n".join(diff[:6]))
         failed += len(labels) - same
+        if same == len(labels):
+            proven |= members_called(doc, members)
         if name == "launch":
             print(f"{same} of {len(labels)} launch methods identical")
+    print(f"{len(proven)} of {len(members)} {CONNECT} members called through COM, "
+          "identical to the native run")
+    for m in sorted(members - proven):
+        print(f"  not called: {m}")
     return failed
 
 
