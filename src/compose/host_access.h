@@ -90,10 +90,13 @@ std::shared_ptr<UtilityObject> createUtility(ObjectFactory& factory) noexcept;
 void releaseUtility(std::shared_ptr<UtilityObject>& utility) noexcept;
 
 /// The life of an instance, the same for the three classes. On creation it
-/// makes its own utility object.
+/// makes its own utility object, and a class that composes SQL takes the
+/// factory's hardened mode.
 template <class Object>
 void beginInstance(Object& object, ObjectFactory& factory) noexcept {
-  internal::Access::of(object).utility = createUtility(factory);
+  auto& state = internal::Access::of(object);
+  if constexpr (requires { state.hardened; }) state.hardened = factory.hardened();
+  state.utility = createUtility(factory);
 }
 /// On release it releases its utility object, runs `andThen` (what the
 /// class has more to end), then lets go of every object it borrowed,

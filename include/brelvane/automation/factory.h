@@ -35,6 +35,17 @@ class BRELVANE_API ObjectFactory {
   using Fallback = std::function<std::shared_ptr<Dispatch>(std::string_view progId)>;
   void setFallback(Fallback fallback) { fallback_ = std::move(fallback); }
 
+  /// Hardened composition, for every object created from then on: each
+  /// value that reaches a composed SQL text is escaped or checked for the
+  /// place it takes there, and a value that cannot take it makes the call
+  /// fail as any error does. Off by default: then every text is composed
+  /// exactly as it always was, a caller's apostrophes included. It is set
+  /// here and not per instance because it says how far the host trusts what
+  /// its users type, which holds for every object it creates; and a script
+  /// that is handed one instance cannot switch it off.
+  void setHardened(bool on) { hardened_ = on; }
+  bool hardened() const { return hardened_; }
+
   /// Creates and casts to an interface; raises 13 when the object lacks it.
   template <class T>
   std::shared_ptr<T> createAs(std::string_view progId) {
@@ -56,6 +67,7 @@ class BRELVANE_API ObjectFactory {
   };
   std::vector<Slot> slots_;
   Fallback fallback_;
+  bool hardened_ = false;
   const Slot* find(std::string_view progId) const;
 };
 

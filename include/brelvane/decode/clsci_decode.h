@@ -57,6 +57,7 @@ class BRELVANE_API CLSCI_DECODE final : public Dispatch {
   friend struct internal::Access;
   struct {
     std::shared_ptr<UtilityObject> utility;
+    bool hardened = false;  ///< the factory's hardened mode when it was created
     /// The buffer Str_Sql had before the last text: the next text is
     /// composed in it, so rewriting the output costs no allocation.
     std::string spareText;
