@@ -20,7 +20,7 @@
 #include "compose/access.h"
 #include "compose/guard.h"
 #include "compose/host_access.h"
-#include "compose/sql_text.h"
+#include "compose/sql_values.h"
 
 namespace brelvane {
 
@@ -44,7 +44,8 @@ template <class Object>
 class FrameBase {
  public:
   FrameBase(Object& object, const SizeHint& hint)
-      : host(HostAccess::onFirstUse(object.ActiveInterface, internal::Access::of(object).utility)),
+      : host(HostAccess::onFirstUse(object.ActiveInterface, internal::Access::of(object).utility,
+                                    internal::Access::of(object).hardened)),
         object_(object),
         hint_(hint) {}
 
@@ -56,7 +57,16 @@ class FrameBase {
   /// instance kept one.
   SqlText text(size_t firstGuess = 1024) const {
     const size_t last = hint_.get();
-    return SqlText(std::move(internal::Access::of(object_).spareText), last ? last : firstGuess);
+    SqlText text(std::move(internal::Access::of(object_).spareText), last ? last : firstGuess);
+    text.harden(hardened());
+    return text;
+  }
+  /// A text of its own, for a query run on the connection or a part
+  /// composed aside, in the instance's hardened mode.
+  SqlText scratch(size_t reserve) const {
+    SqlText text(reserve);
+    text.harden(hardened());
+    return text;
   }
   void sql(SqlText& text) {
     hint_.set(text.peak());
@@ -70,12 +80,24 @@ class FrameBase {
   Object& object() { return object_; }
   UtilityObject& utility() const { return host.utility(); }
 
-  /// A Variant code inserted as a number: ValueOrDefault(code, 0).
+  /// Whether the instance composes hardened (ObjectFactory::setHardened).
+  bool hardened() const { return internal::Access::of(object_).hardened; }
+
+  /// A Variant code inserted as a number: ValueOrDefault(code, 0), which
+  /// must be a number when hardened.
   std::string numericCode(const Variant& code) const {
-    return concatText(utility().ValueOrDefault(code, Variant(int32_t{0})));
+    return checkedNumber(concatText(utility().ValueOrDefault(code, Variant(int32_t{0}))),
+                         hardened());
+  }
+  /// A Variant as the utility object writes it for SQL (ValueForSql).
+  /// Hardened, a text is written here, between apostrophes and escaped,
+  /// whatever the utility object would make of it.
+  std::string sqlValue(const Variant& value) const {
+    if (hardened() && value.type() == VarType::String) return quoted(value.string(), true);
+    return utility().ValueForSql(value);
   }
   /// A Variant code inserted as text: ValueOrDefault(code, ""); the caller
-  /// puts the quotes around it, nothing is escaped.
+  /// writes it between its quotes with inQuotes.
   std::string textCode(const Variant& code) const {
     return concatText(utility().ValueOrDefault(code, Variant("")));
   }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "compose/guard.h"
-#include "compose/sql_text.h"
+#include "compose/sql_values.h"
 
 namespace brelvane {
 
@@ -56,7 +56,7 @@ Variant HostAccess::companyCode() const {
 }
 
 std::string HostAccess::companyCodeText() const {
-  return concatText(companyCode());
+  return checkedNumber(concatText(companyCode()), hardened_);
 }
 
 bool HostAccess::companyModeIs2() const {

@@ -41,10 +41,12 @@ class HostAccess {
   /// The host that `*source` names when it is first needed, held from
   /// then on: a call that never reaches the host takes no reference to it.
   /// `source` (the instance's ActiveInterface) must outlive the HostAccess.
+  /// `hardened`: the company code must be a number (sql_values.h).
   static HostAccess onFirstUse(const std::shared_ptr<HostInterface>& source,
-                               const std::shared_ptr<UtilityObject>& utility) {
+                               const std::shared_ptr<UtilityObject>& utility, bool hardened) {
     HostAccess access(nullptr, utility);
     access.source_ = &source;
+    access.hardened_ = hardened;
     return access;
   }
 
@@ -57,7 +59,8 @@ class HostAccess {
   std::string label(int32_t id) const;
   /// ValueOrDefault(Context.Company.Code, 0).
   Variant companyCode() const;
-  /// The company code as decimal text, for numeric insertion.
+  /// The company code as decimal text, for numeric insertion; hardened, a
+  /// code that is not a number raises 13.
   std::string companyCodeText() const;
   /// ValueOrDefault(Context.Company.Settings.CompanyMode, "") equals 2.
   bool companyModeIs2() const;
@@ -80,6 +83,7 @@ class HostAccess {
   mutable std::shared_ptr<HostInterface> host_;
   mutable const std::shared_ptr<HostInterface>* source_ = nullptr;
   UtilityObject* utility_;
+  bool hardened_ = false;
 };
 
 /// The instance's own utility object, created through the factory and

@@ -1,5 +1,6 @@
 #pragma once
-// SqlText: appends fragments into one reserved buffer, line by line.
+// SqlText: appends fragments into one reserved buffer, line by line. What
+// a value becomes in the text is sql_values.h's to say.
 
 #include <algorithm>
 #include <charconv>
@@ -11,6 +12,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace brelvane {
 
@@ -35,11 +37,7 @@ concept SqlPiece = std::convertible_to<const P&, std::string_view> ||
   piece.writeTo(text);
 };
 
-/// A placeholder of a composed text and the value that takes its place.
-struct Placeholder {
-  std::string_view name;  ///< "<CONTO>"
-  std::string_view value;
-};
+struct Placeholder;
 
 /// The text is written into a buffer whose bytes past the text are spare
 /// room: appending a piece is a copy into that room, with no call into the
@@ -123,13 +121,23 @@ class SqlText {
     } catch (...) {
       keepPeak();
       size_ = mark;
+      while (!values_.empty() && values_.back().first >= mark) values_.pop_back();
     }
     return *this;
   }
 
-  /// Fills the placeholders of the text composed so far, as
-  /// fillPlaceholders does.
+  /// Fills the placeholders of the text composed so far (sql_values.h).
   SqlText& fill(std::initializer_list<Placeholder> placeholders);
+
+  /// Hardened mode: the value pieces of sql_values.h escape or check what
+  /// they write into this text, and fill leaves the values they wrote as
+  /// they are. Off, they write every value as given.
+  void harden(bool on) { hardened_ = on; }
+  bool hardened() const { return hardened_; }
+  /// Marks what was written since `from` as a value that fill must not read.
+  void keepAsWritten(size_t from) {
+    if (size_ > from) values_.emplace_back(from, size_);
+  }
 
   std::string_view view() const { return {text_.data(), size_}; }
   size_t size() const { return size_; }
@@ -205,6 +213,9 @@ class SqlText {
   std::string text_;  ///< the text, then spare room
   size_t size_ = 0;
   size_t peak_ = 0;
+  bool hardened_ = false;
+  /// The values written hardened, as [begin, end) in the text, in order.
+  std::vector<std::pair<size_t, size_t>> values_;
 };
 
 /// Appends the parts to `target`, in the storage it has: rewriting an output
@@ -220,39 +231,6 @@ void appendTo(std::string& target, const Parts&... parts) {
     throw;
   }
   target = text.take();
-}
-
-/// The decimal text of an integer, for the few places that need it as a
-/// string of its own (a list joined by commas, say).
-template <std::integral I>
-std::string decimal(I value) {
-  char digits[24];
-  return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-}
-
-/// Replaces every occurrence of `from`, left to right, case-sensitively.
-void replaceAll(std::string& text, std::string_view from, std::string_view to);
-
-/// Replaces the placeholders as replaceAll would, one after the other, in
-/// the order given, but in one pass over the text when that gives the same
-/// result: when no value holds a '<' or '>' and every '<' of the text starts
-/// a placeholder. That pass writes in the text's own buffer unless the text
-/// grows at one placeholder and shrinks at another.
-void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> placeholders);
-
-inline SqlText& SqlText::fill(std::initializer_list<Placeholder> placeholders) {
-  keepPeak();
-  text_.resize(size_);
-  fillPlaceholders(text_, placeholders);
-  size_ = text_.size();
-  return *this;
-}
-
-/// `value` between apostrophes; nothing inside is escaped.
-inline std::string quoted(std::string_view value) {
-  std::string text;
-  text.reserve(value.size() + 2);
-  return text.append(1, '\'').append(value).append(1, '\'');
 }
 
 }  // namespace brelvane

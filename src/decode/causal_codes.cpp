@@ -46,7 +46,7 @@ void causalDecode(Frame& f, const CausalDecoder& row, int16_t mask,
   sql.line(" SELECT (SELECT CI03_DESCR FROM FNCI03_CAUSALI(CI03_CODCAUS, ",
            f.host.companyCodeText(), ")) AS  CI03_DESCR ");
   sql.line(" FROM            CI03_CAUSALI          WITH(NOLOCK)        ");
-  sql.line(" WHERE  CI03_CODCAUS = ", "'", f.textCode(causal), "'");
+  sql.line(" WHERE  CI03_CODCAUS = ", "'", inQuotes(f.textCode(causal)), "'");
   if (row.byMovement) {
     const std::string kinds = movementKinds(mask);
     if (!kinds.empty()) sql.append("   AND CI03_INDTIPOMOVDATI IN (", kinds, ")");

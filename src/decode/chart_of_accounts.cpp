@@ -30,12 +30,14 @@ bool hasValue(const Variant& v) {
 /// TipiContoAmmessi: "(1,4,...)", the account types that a causal code
 /// allows on a sign; "" when its first row allows none, when it has no row,
 /// or when anything fails: then no restriction applies.
-std::string allowedAccountTypes(Connection& connection, const Variant& causal, int32_t sign) {
+std::string allowedAccountTypes(Connection& connection, const Variant& causal, int32_t sign,
+                                bool hardened) {
   return fragmentOrEmpty([&] {
     SqlText query(256);
+    query.harden(hardened);
     query.line(" SELECT  *                                   ");
     query.line(" FROM    CI11_CONTROLLOCONTI  WITH(NOLOCK)   ");
-    query.line(" WHERE   CI11_CODCAUS_CI03 = '", concatText(causal), "'");
+    query.line(" WHERE   CI11_CODCAUS_CI03 = '", inQuotes(concatText(causal)), "'");
     query.line(" AND     CI11_SEGNO = ", sign);
     std::string types =
         withRows(connection, std::string(query.view()), ado::kCmdUnspecified, [](Recordset& rows) {
@@ -102,7 +104,7 @@ void chartQuery(Frame& f, SqlText& sql, Connection& connection, const Variant& c
       sql.line(
           " SELECT PC03_DESCR FROM FNPC03_ANAGPDC_COAN(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) ");
       if (hasValue(d.Causale) && d.Segno != 0) {
-        std::string types = allowedAccountTypes(connection, d.Causale, d.Segno);
+        std::string types = allowedAccountTypes(connection, d.Causale, d.Segno, f.hardened());
         if (!types.empty()) sql.append(" WHERE     PC03_TIPOCONTOCI IN ", types);
       }
       disabledAccountFilter(f, sql, !sql.contains("WHERE"));
@@ -132,8 +134,9 @@ void chartAccount(Frame& f, const std::shared_ptr<Dispatch>& TextEdit, const Var
   else
     eitherChartQuery(sql);
   const std::string chart = f.numericCode(CodicePdC);
-  const std::string account = quoted(f.textCode(Conto));
-  sql.fill({{"<CODICEPDC>", chart}, {"<CONTO>", account}, {"<LINGUA>", quoted(language)}});
+  const std::string account = quoted(f.textCode(Conto), f.hardened());
+  sql.fill(
+      {{"<CODICEPDC>", chart}, {"<CONTO>", account}, {"<LINGUA>", quoted(language, f.hardened())}});
   f.sql(sql);
 }
 

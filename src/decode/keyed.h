@@ -14,22 +14,22 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "decode/frame.h"
 
 namespace brelvane::decode {
 
-/// What a parameter is: its automation type and how its value goes into SQL.
+/// What a parameter is: its automation type and how its value goes into
+/// SQL (KindOf below says both).
 enum class Kind : uint8_t {
   Control,     ///< the target control (Object): column 0 of the descriptor
   ControlRef,  ///< the same, passed by reference
   Long,        ///< 32-bit integer: its decimal text
   Integer,     ///< 16-bit integer: its decimal text
-  Text,        ///< text as given: any quotes are in the line, nothing is escaped
+  Text,        ///< text as given (any quotes are in the line)
   Code,        ///< Variant numeric code: ValueOrDefault(code, 0)
   TextCode,    ///< Variant text code: ValueOrDefault(code, "")
-  SqlValue,    ///< Variant written by the utility object's ValueForSql
+  SqlValue,    ///< Variant as the utility object writes it for SQL
   UserNumber,  ///< text converted to a 16-bit integer: its decimal text
 };
 
@@ -76,56 +76,90 @@ struct KeyedDecoder {
 };
 
 /// One argument of a call as the composing function reads it: a view of
-/// the converted value the call already holds, never a copy.
-using KeyedArg =
-    std::variant<const std::shared_ptr<Dispatch>*, int32_t, std::string_view, const Variant*>;
+/// the converted value the call already holds, never a copy, and how a line
+/// writes it (`quoted`: the line puts it between apostrophes). A control
+/// has no `write`.
+struct KeyedArg {
+  const void* value;
+  void (*write)(SqlText& sql, Frame& f, const void* value, bool quoted);
+};
 
 /// Sets the descriptor and composes the row's query from the call's
 /// arguments (`args[i]` is the value of parameter i).
 void keyedDecode(Frame& f, const KeyedDecoder& row, std::span<const KeyedArg> args);
 
-namespace detail {
+/// Writes text where a line puts it: between its apostrophes, or as a name.
+void writeText(SqlText& sql, std::string_view text, bool quoted);
 
+/// Each kind once: the C++ type its parameter takes (which gives the
+/// automation type) and how a line writes its value.
 template <Kind K>
-struct KindArg {
-  using type = const Variant&;  // Code, TextCode, SqlValue
-};
+struct KindOf;
 template <>
-struct KindArg<Kind::Control> {
+struct KindOf<Kind::Control> {
   using type = const std::shared_ptr<Dispatch>&;
 };
 template <>
-struct KindArg<Kind::ControlRef> {
+struct KindOf<Kind::ControlRef> {
   using type = std::shared_ptr<Dispatch>&;
 };
 template <>
-struct KindArg<Kind::Long> {
+struct KindOf<Kind::Long> {
   using type = int32_t;
+  static void write(SqlText& sql, Frame&, int32_t value, bool) { sql.append(value); }
 };
 template <>
-struct KindArg<Kind::Integer> {
+struct KindOf<Kind::Integer> {
   using type = int16_t;
+  static void write(SqlText& sql, Frame&, int16_t value, bool) { sql.append(value); }
 };
 template <>
-struct KindArg<Kind::Text> {
+struct KindOf<Kind::Text> {
   using type = const std::string&;
+  static void write(SqlText& sql, Frame&, const std::string& value, bool quoted) {
+    writeText(sql, value, quoted);
+  }
 };
 template <>
-struct KindArg<Kind::UserNumber> {
+struct KindOf<Kind::Code> {
+  using type = const Variant&;
+  static void write(SqlText& sql, Frame& f, const Variant& value, bool) {
+    sql.append(f.numericCode(value));
+  }
+};
+template <>
+struct KindOf<Kind::TextCode> {
+  using type = const Variant&;
+  static void write(SqlText& sql, Frame& f, const Variant& value, bool quoted) {
+    writeText(sql, f.textCode(value), quoted);
+  }
+};
+template <>
+struct KindOf<Kind::SqlValue> {
+  using type = const Variant&;
+  static void write(SqlText& sql, Frame& f, const Variant& value, bool) {
+    sql.append(f.sqlValue(value));
+  }
+};
+template <>
+struct KindOf<Kind::UserNumber> {
   using type = const std::string&;
+  static void write(SqlText& sql, Frame&, const std::string& value, bool) {
+    sql.append(toInteger(Variant(value)));
+  }
 };
 
-inline KeyedArg keyedArg(const std::shared_ptr<Dispatch>& control) {
-  return &control;
-}
-inline KeyedArg keyedArg(int32_t number) {
-  return number;
-}
-inline KeyedArg keyedArg(const std::string& text) {
-  return std::string_view(text);
-}
-inline KeyedArg keyedArg(const Variant& value) {
-  return &value;
+namespace detail {
+
+/// The argument of a parameter of kind K, as keyedDecode reads it.
+template <Kind K, class V>
+KeyedArg keyedArg(const V& value) {
+  if constexpr (K == Kind::Control || K == Kind::ControlRef)
+    return {&value, nullptr};
+  else
+    return {&value, [](SqlText& sql, Frame& f, const void* v, bool quoted) {
+              KindOf<K>::write(sql, f, *static_cast<const V*>(v), quoted);
+            }};
 }
 
 template <const auto& kRows, size_t I, size_t... P>
@@ -133,8 +167,8 @@ void registerKeyedRow(Builder& b, std::index_sequence<P...>) {
   constexpr const KeyedDecoder& row = kRows[I];
   static_assert(row.insertsNoControl(), "a keyed line inserts a control");
   b.method(std::string(row.name),
-           member([](Frame& f, typename KindArg<row.params[P].kind>::type... args) {
-             const KeyedArg values[] = {keyedArg(args)...};
+           member([](Frame& f, typename KindOf<row.params[P].kind>::type... args) {
+             const KeyedArg values[] = {keyedArg<kRows[I].params[P].kind>(args)...};
              keyedDecode(f, kRows[I], values);
            }),
            {arg(std::string(row.params[P].name))...}, std::string(row.doc));

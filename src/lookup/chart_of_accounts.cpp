@@ -292,9 +292,14 @@ void rolloverSets(Frame& f, const Variant& CampoOrdinamento) {
   // as given, so the host may pass a column list or a DESC clause.
   std::string order = CampoOrdinamento.isMissing() ? "" : concatText(CampoOrdinamento);
   if (order.empty()) order = "CI58_CODICE";
+  // Hardened, the ordering must be a plain name or one of these.
+  static constexpr std::string_view kOrderings[] = {"CI58_CODICE DESC", "CI58_DESCRIZIONE DESC",
+                                                    "CI58_CODICE, CI58_DESCRIZIONE",
+                                                    "CI58_DESCRIZIONE, CI58_CODICE"};
   SqlText sql = f.text(256);
   sql.append("SELECT CI58_CODICE, CI58_DESCRIZIONE FROM CI58_INSIEMI WITH (NOLOCK) ",
-             " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ", order);
+             " WHERE CI58_DITTA_CG18 = ", f.host.companyCodeText(), " ORDER BY ",
+             Name{order, kOrderings});
   f.sql(sql);
   f.id("Lkp_AnagraficaInsiemiRibaltamenti");
 }

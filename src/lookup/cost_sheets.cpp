@@ -171,7 +171,7 @@ void sheetHeaders(Frame& f, const HeaderLookup& lookup, int32_t flngCodiceDitta,
   for (auto line : kHeaderKey) sql.line(line);
   sql.line("        FROM").line("            CI26_SCHEDEC").line("        WHERE");
   sql.line("            CI26_DITTA_CG18 = ", flngCodiceDitta);
-  if (!type.empty()) sql.line("            AND CI26_CODICE_CI28 = '", type, "'");
+  if (!type.empty()) sql.line("            AND CI26_CODICE_CI28 = '", inQuotes(type), "'");
   sql.line("        GROUP BY");
   for (auto line : kHeaderKey) sql.line(line);
   sql.line("    ) AS INTESTAZIONI");
@@ -267,17 +267,19 @@ void sheetMonths(Frame& f, int32_t flngCodiceDitta, const std::string& fstrTipoS
   sql.line("    , CI26_QTACONS     AS [Qta consuntiva]");
   sql.line("FROM").line("      CI26_SCHEDEC       ").line("WHERE");
   sql.line("    CI26_DITTA_CG18 = ", flngCodiceDitta);
-  sql.line("    AND CI26_CODICE_CI28 = '", fstrTipoScheda, "'");
+  sql.line("    AND CI26_CODICE_CI28 = '", inQuotes(fstrTipoScheda), "'");
   sql.line("    AND CI26_PDC_PC01 = ", flngCodicePDCCoin);
-  sql.line("    AND CI26_CONTO_PC03 = '", fstrConto, "'");
+  sql.line("    AND CI26_CONTO_PC03 = '", inQuotes(fstrConto), "'");
   // A dimension with a value (ValueToText not empty) is compared with it,
   // as text between apostrophes or as a number; one without must be NULL.
   auto dimension = [&](std::string_view column, std::string_view quote, const Variant& value) {
     std::string text = f.utility().ValueToText(value);
     if (text.empty())
       sql.line(column, " IS NULL");
+    else if (quote.empty())
+      sql.line(column, " = ", checkedNumber(std::move(text), f.hardened()));
     else
-      sql.line(column, " = ", quote, text, quote);
+      sql.line(column, " = ", quote, inQuotes(text), quote);
   };
   dimension("    AND CI26_PROGETTO_PD68", "'", fvarProgetto);
   dimension("    AND CI26_SPROGETTO_PD69", "", fvarSottoprogetto);

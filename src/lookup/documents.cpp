@@ -51,7 +51,7 @@ void documentSubtypes(Frame& f, const Variant& fvarTipoDocumento) {
   sql.line("     ,    DO02_DESCR                   ");
   sql.line("     ,    DO02_DESCRRID                ");
   sql.line(" FROM     DO02_STIPIDOC  WITH(NOLOCK)  ");
-  sql.line(" WHERE    DO02_TIPODOC_DO01 = ", f.utility().ValueForSql(fvarTipoDocumento));
+  sql.line(" WHERE    DO02_TIPODOC_DO01 = ", f.sqlValue(fvarTipoDocumento));
   sql.line(" ORDER BY DO02_STIPODOC ASC            ");
   f.sql(sql);
   f.caption(24637);
@@ -86,7 +86,7 @@ void savedOrderings(Frame& f, int32_t flngCodiceDitta, const std::string& fstrUO
   sql.line(" SELECT    FW17_ORDERNAME      ");
   sql.line(" FROM      FW17_ORDERPRS       ");
   sql.line(" WHERE     FW17_DITTA_CG18 = ", flngCodiceDitta);
-  sql.line(" AND       FW17_UOBJECT = '", fstrUObject, "'");
+  sql.line(" AND       FW17_UOBJECT = '", inQuotes(fstrUObject), "'");
   sql.line(" AND       FW17_ID_FW07 IN (1, ", user, " )");
   sql.line(" GROUP BY  FW17_ORDERNAME      ");
   f.sql(sql);

@@ -24,6 +24,11 @@ std::string argumentText(const Frame& f, const Variant& value) {
   return concatText(f.utility().ValueOrDefault(value, argumentDefault(true)));
 }
 
+/// The same where it goes into the SQL: a number, when hardened.
+std::string sqlArgument(const Frame& f, const Variant& value) {
+  return checkedNumber(argumentText(f, value), f.hardened());
+}
+
 /// Whether a ValueOrDefault result extends a caption. An argument that was
 /// not passed stays Missing and, like Null, compares neither equal nor
 /// unequal to the empty text, so it extends nothing.
@@ -48,13 +53,13 @@ void entityCodes(Frame& f, const Variant& Ditta, const Variant& NumeroEntita) {
   } else if (NumeroEntita.isMissing()) {
     f.columns({"Numero", "Codice", "Descrizione"});
     sql.append("SELECT CI02_NUMENTITA_CI01,", " CI02_CODENTITA, CI02_DESCR", " FROM CI02_ENTITA",
-               " WHERE CI02_DITTA_CG18 = ", argumentText(f, Ditta),
+               " WHERE CI02_DITTA_CG18 = ", sqlArgument(f, Ditta),
                " ORDER BY CI02_NUMENTITA_CI01, CI02_CODENTITA");
   } else {
     f.columns({"Codice", "Descrizione"});
     // The company is read before the entity number, as the text has them.
-    const std::string company = argumentText(f, Ditta);
-    const std::string number = argumentText(f, NumeroEntita);
+    const std::string company = sqlArgument(f, Ditta);
+    const std::string number = sqlArgument(f, NumeroEntita);
     sql.append("SELECT CI02_CODENTITA, CI02_DESCR", " FROM CI02_ENTITA",
                " WHERE CI02_DITTA_CG18 = ", company, " AND CI02_NUMENTITA_CI01 = ", number,
                " ORDER BY CI02_CODENTITA");
@@ -82,7 +87,7 @@ void entityConfiguration(Frame& f, const Variant& Ditta) {
   } else {
     f.columns({"Numero", "Descrizione", "Sigla", "Tipo"});
     sql.line(" SELECT  ");
-    filter = " WHERE   CI01_DITTA_CG18 = " + argumentText(f, Ditta) + "\r\n";
+    filter = " WHERE   CI01_DITTA_CG18 = " + sqlArgument(f, Ditta) + "\r\n";
     order = " ORDER BY CI01_NUMENTITA ";
   }
   paddedLine(sql, "         CI01_NUMENTITA", 43);

@@ -48,7 +48,7 @@ class Frame : public FrameBase<CLSCI_LOOKUP> {
   }
   /// Replaces every <LINGUA> with the instance's language code in quotes.
   void substituteLanguage(SqlText& text) {
-    text.fill({{"<LINGUA>", quoted(concatText(languageCode()))}});
+    text.fill({{"<LINGUA>", quoted(concatText(languageCode()), hardened())}});
   }
 
  private:

@@ -86,7 +86,7 @@ void movementFilters(Frame& f, int32_t flngDitta, const std::string& fstrRibalta
   SqlText sql = f.text(512);
   sql.line("SELECT").line("    CI53_SELEZIONE").line("FROM").line("    CI53_SELEZIONEPRS");
   sql.line("WHERE").line("    CI53_DITTA_CG18 = ", flngDitta);
-  sql.line("    AND CI53_UOBJECT = '", fstrRibaltamento, "'");
+  sql.line("    AND CI53_UOBJECT = '", inQuotes(fstrRibaltamento), "'");
   sql.line("    AND CI53_ID_FW06 = 0").line("    AND CI53_ID_FW07 = 0").line("GROUP BY");
   sql.append("    CI53_SELEZIONE");
   f.sql(sql);

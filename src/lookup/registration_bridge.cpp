@@ -17,6 +17,7 @@ constexpr std::string_view kBridge = "GetNumregCoanFromNumregCoge";
 std::string analyticNumber(CLSCI_LOOKUP& self, Dispatch& connection, int32_t company,
                            const std::string& generalNumber) {
   SqlText sql(512);
+  sql.harden(internal::Access::of(self).hardened);
   sql.line("SELECT TOP 1");
   sql.line("    CI12_NUMREG_CO99");
   sql.line("FROM");
@@ -29,7 +30,7 @@ std::string analyticNumber(CLSCI_LOOKUP& self, Dispatch& connection, int32_t com
   sql.line("WHERE");
   sql.line("    CG41_DITTA_CG18 = ", company);
   // Inserted as given: an apostrophe in it breaks the query on the server.
-  sql.line("    AND CG41_NUMREG = '", generalNumber, "'");
+  sql.line("    AND CG41_NUMREG = '", inQuotes(generalNumber), "'");
   sql.line("ORDER BY");
   // Of several headers referring to the number, the lowest wins.
   sql.append("    CI12_NUMREG_CO99 ASC");

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "compose/sql_text.h"
+#include "compose/sql_values.h"
 
 namespace brelvane {
 namespace {

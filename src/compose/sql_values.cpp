@@ -1,10 +1,106 @@
-#include "compose/sql_text.h"
+#include "compose/sql_values.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <utility>
+#include <vector>
+
+#include "brelvane/automation/error.h"
 
 namespace brelvane {
+
+namespace {
+
+/// The length of the apostrophe, or of the character a server may read as
+/// one, that starts at `at`; 0 when there is none.
+size_t apostropheAt(std::string_view text, size_t at) {
+  const auto rest = text.substr(at);
+  if (rest.starts_with('\'')) return 1;
+  if (rest.starts_with("\xCA\xBC")) return 2;  // U+02BC
+  if (rest.starts_with("\xE2\x80\x98") || rest.starts_with("\xE2\x80\x99"))
+    return 3;                                      // U+2018, U+2019
+  if (rest.starts_with("\xEF\xBC\x87")) return 3;  // U+FF07
+  return 0;
+}
+
+/// Raises 13 for a value that cannot take its place, quoting part of it.
+[[noreturn]] void refuse(std::string_view what, std::string_view value) {
+  std::string detail = "hardened mode: not ";
+  detail.append(what).append(": ");
+  detail.append(value.substr(0, 40));
+  if (value.size() > 40) detail.append("...");
+  throw AutomationError::of(err::kTypeMismatch, std::move(detail));
+}
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+bool startsName(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+/// Letters, digits and underscores not starting with a digit, optionally
+/// qualified once: "CI58_CODICE", "T.CI58_CODICE".
+bool plainIdentifier(std::string_view text) {
+  bool qualified = false, atStart = true;
+  for (char c : text) {
+    if (c == '.' && !atStart && !qualified) {
+      qualified = atStart = true;
+    } else if (startsName(c) || (!atStart && isDigit(c))) {
+      atStart = false;
+    } else {
+      return false;
+    }
+  }
+  return !atStart;
+}
+
+}  // namespace
+
+void InQuotes::writeEscaped(SqlText& sql) const {
+  const size_t from = sql.size();
+  size_t done = 0;
+  for (size_t at = 0; at < text.size();) {
+    if (const size_t length = apostropheAt(text, at)) {
+      sql.append(text.substr(done, at + length - done), text.substr(at, length));
+      done = at += length;
+    } else {
+      ++at;
+    }
+  }
+  sql.append(text.substr(done));
+  sql.keepAsWritten(from);
+}
+
+std::string quoted(std::string_view value, bool hardened) {
+  SqlText text(value.size() + 2);
+  text.harden(hardened);
+  text.append("'", inQuotes(value), "'");
+  return text.take();
+}
+
+std::string checkedNumber(std::string text, bool hardened, bool decimal) {
+  if (!hardened) return text;
+  std::string_view digits(text);
+  if (digits.starts_with('-')) digits.remove_prefix(1);
+  const size_t point = decimal ? digits.find('.') : std::string_view::npos;
+  const auto allDigits = [](std::string_view part) {
+    return !part.empty() && std::all_of(part.begin(), part.end(), isDigit);
+  };
+  if (point == std::string_view::npos
+          ? allDigits(digits)
+          : allDigits(digits.substr(0, point)) && allDigits(digits.substr(point + 1)))
+    return text;
+  refuse("a number", text);
+}
+
+void Name::writeTo(SqlText& sql) const {
+  if (sql.hardened() && std::find(listed.begin(), listed.end(), text) == listed.end() &&
+      !plainIdentifier(text))
+    refuse("a name", text);
+  sql.append(text);
+}
 
 void replaceAll(std::string& text, std::string_view from, std::string_view to) {
   if (from.empty()) return;
@@ -116,6 +212,50 @@ void fillPlaceholders(std::string& text, std::initializer_list<Placeholder> plac
   }
   out.append(text, pos);
   text = std::move(out);
+}
+
+namespace {
+
+/// Fills the placeholders in one pass, trying them in the order given at
+/// each place, and never reading the `values` spans ([begin, end) of the
+/// text, in order): a value that holds a placeholder's name keeps it. The
+/// spans are moved to where their values are in the filled text.
+void fillAround(std::string& text, std::initializer_list<Placeholder> placeholders,
+                std::vector<std::pair<size_t, size_t>>& values) {
+  std::string out;
+  out.reserve(text.size() + 64);
+  size_t at = 0, next = 0;
+  while (at < text.size()) {
+    if (next < values.size() && values[next].first == at) {
+      auto& [begin, end] = values[next++];
+      const size_t moved = out.size();
+      out.append(text, begin, end - begin);
+      at = end;
+      end = moved + (end - begin);
+      begin = moved;
+      continue;
+    }
+    if (const Placeholder* p = placeholderAt(text, at, placeholders)) {
+      out.append(p->value);
+      at += p->name.size();
+    } else {
+      out.push_back(text[at++]);
+    }
+  }
+  text = std::move(out);
+}
+
+}  // namespace
+
+SqlText& SqlText::fill(std::initializer_list<Placeholder> placeholders) {
+  keepPeak();
+  text_.resize(size_);
+  if (hardened_)
+    fillAround(text_, placeholders, values_);
+  else
+    fillPlaceholders(text_, placeholders);
+  size_ = text_.size();
+  return *this;
 }
 
 }  // namespace brelvane
