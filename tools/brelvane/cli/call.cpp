@@ -218,47 +218,42 @@ class SwallowedErrors {
   DiagnosticsHook previous_;
 };
 
-int call(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-  bool help = false;
-  CallOptions o = readOptions(args, help);
-  if (help) {
-    out << kCallHelp;
-    return 0;
-  }
-  if (o.positional.size() < 2)
-    throw Stop{kBadInput, "expects PROGID METHOD [ARG...]; see brelvane call --help"};
-  std::string progId(o.positional[0]), methodName(o.positional[1]);
-
-  CallWorld world(o);
-  const ClassInfo* info = &world.classOf(progId);
-  const MethodInfo* method = findMethod(*info, methodName);
-
+/// The arguments as typed after PROGID METHOD, converted and checked
+/// against the method's parameters.
+std::vector<Variant> readArguments(CallWorld& world, const MethodInfo& method,
+                                   const std::vector<std::string>& typed) {
   std::vector<Variant> values;
-  for (size_t i = 2; i < o.positional.size(); ++i) {
+  for (size_t i = 2; i < typed.size(); ++i) {
     try {
-      values.push_back(world.value(o.positional[i]));
+      values.push_back(world.value(typed[i]));
     } catch (const std::invalid_argument& e) {
       throw Stop{kBadInput, "argument " + std::to_string(i - 1) + ": " + e.what()};
     }
   }
-  checkArgumentTypes(*method, values, o.positional);
-  if (values.size() > method->params.size())
-    throw Stop{kBadInput, method->name + " takes " + std::to_string(method->params.size()) +
+  checkArgumentTypes(method, values, typed);
+  if (values.size() > method.params.size())
+    throw Stop{kBadInput, method.name + " takes " + std::to_string(method.params.size()) +
                               " argument(s), not " + std::to_string(values.size())};
-  for (size_t i = 0; i < method->params.size(); ++i)
-    if (!method->params[i].optional && (i >= values.size() || values[i].isMissing()))
-      throw Stop{kBadInput, method->name + " needs its argument " + method->params[i].name};
+  for (size_t i = 0; i < method.params.size(); ++i)
+    if (!method.params[i].optional && (i >= values.size() || values[i].isMissing()))
+      throw Stop{kBadInput, method.name + " needs its argument " + method.params[i].name};
+  return values;
+}
 
+/// The instance, handed the demo host and connection, its `--set`
+/// properties set.
+std::shared_ptr<Dispatch> prepareObject(CallWorld& world, const ClassInfo& info,
+                                        const CallOptions& o) {
   std::shared_ptr<Dispatch> object;
   try {
-    object = world.factory_.create(info->progId);
+    object = world.factory_.create(info.progId);
   } catch (const AutomationError& e) {
-    throw Stop{1, "creating " + info->progId + ": " + errorText(e)};
+    throw Stop{1, "creating " + info.progId + ": " + errorText(e)};
   }
-  world.log_.names.add(object, info->progId);
+  world.log_.names.add(object, info.progId);
   try {
     for (const char* context : {"ActiveInterface", "Connessione"}) {
-      const auto* p = info->findProperty(context);
+      const auto* p = info.findProperty(context);
       if (!p || !p->canPutRef) continue;
       Variant v(std::string_view(context) == "ActiveInterface"
                     ? std::shared_ptr<Dispatch>(world.host_)
@@ -269,9 +264,9 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
     throw Stop{1, "handing over the demo host: " + errorText(e)};
   }
   for (const auto& [property, text] : o.sets) {
-    const auto* p = info->findProperty(property);
+    const auto* p = info.findProperty(property);
     if (!p || !(p->canPut || p->canPutRef))
-      throw Stop{kBadInput, info->progId + " has no property " + property + " to set"};
+      throw Stop{kBadInput, info.progId + " has no property " + property + " to set"};
     try {
       Variant v = world.value(text);
       if (v.isObject())
@@ -284,6 +279,37 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
       throw Stop{kBadInput, "--set " + property + ": " + errorText(e)};
     }
   }
+  return object;
+}
+
+/// The readable text and array properties after the call; a property that
+/// cannot be read is not shown.
+void readProperties(Dispatch& object, Outcome& outcome) {
+  for (const auto& p : outcome.info->properties) {
+    if (!p.canGet) continue;
+    try {
+      Variant v = object.get(p.name);
+      if (v.isString() || v.isArray()) outcome.properties.emplace_back(p.name, std::move(v));
+    } catch (const AutomationError&) {
+    }
+  }
+}
+
+int call(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+  bool help = false;
+  CallOptions o = readOptions(args, help);
+  if (help) {
+    out << kCallHelp;
+    return 0;
+  }
+  if (o.positional.size() < 2)
+    throw Stop{kBadInput, "expects PROGID METHOD [ARG...]; see brelvane call --help"};
+
+  CallWorld world(o);
+  const ClassInfo* info = &world.classOf(o.positional[0]);
+  const MethodInfo* method = findMethod(*info, o.positional[1]);
+  std::vector<Variant> values = readArguments(world, *method, o.positional);
+  std::shared_ptr<Dispatch> object = prepareObject(world, *info, o);
 
   Outcome outcome{info, method, {}, values, {}};
   SwallowedErrors swallowed;
@@ -292,14 +318,7 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
   } catch (const AutomationError& e) {
     throw Stop{isArgumentError(e) ? kBadInput : 1, method->name + " raised " + errorText(e)};
   }
-  for (const auto& p : info->properties) {
-    if (!p.canGet) continue;
-    try {
-      Variant v = object->get(p.name);
-      if (v.isString() || v.isArray()) outcome.properties.emplace_back(p.name, std::move(v));
-    } catch (const AutomationError&) {  // a property that cannot be read is not shown
-    }
-  }
+  readProperties(*object, outcome);
   // A lookup or decoder never raises: an empty Str_Sql is how it fails.
   int status = 0;
   if (hasReadable(*info, "Str_Sql") && toText(object->get("Str_Sql")).empty()) {
@@ -321,26 +340,8 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
       status = 1;
     }
   }
-  const auto& names = world.log_.names;
   if (o.json) {
-    Json doc = {{"progId", info->progId}, {"method", method->name}};
-    Json after = Json::array();
-    for (const auto& a : outcome.args) after.push_back(standins::toJson(a, names));
-    doc["args"] = after;
-    doc["return"] = standins::toJson(outcome.result, names);
-    doc["properties"] = Json::object();
-    for (const auto& [n, v] : outcome.properties) doc["properties"][n] = standins::toJson(v, names);
-    doc["log"] = world.log_.entries();
-    if (grid) {
-      Json rows = Json::array();
-      for (const auto& row : grid->rows) {
-        Json r = Json::array();
-        for (const auto& v : row) r.push_back(standins::toJson(v, names));
-        rows.push_back(std::move(r));
-      }
-      doc["rows"] = {{"columns", grid->captions}, {"rows", rows}, {"more", grid->more}};
-    }
-    out << doc.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    printJson(out, outcome, world.log_, grid);
     return status;
   }
   bool lookup = hasReadable(*info, "Str_Sql") && hasReadable(*info, "Arr_Fields") &&
@@ -348,7 +349,7 @@ int call(std::span<const std::string_view> args, std::ostream& out, std::ostream
   if (lookup)
     printLookup(out, outcome);
   else
-    printGeneric(out, outcome, names);
+    printGeneric(out, outcome, world.log_.names);
   printLog(out, world.log_.entries());
   if (grid) printGrid(out, *grid);
   return status;

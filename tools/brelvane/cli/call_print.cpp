@@ -151,4 +151,28 @@ void printLog(std::ostream& out, const Json& entries) {
   }
 }
 
+/// `--json`: the call, its outputs, the log and the rows read.
+void printJson(std::ostream& out, const Outcome& outcome, const standins::Log& log,
+               const std::optional<Grid>& grid) {
+  const auto& names = log.names;
+  Json doc = {{"progId", outcome.info->progId}, {"method", outcome.method->name}};
+  Json after = Json::array();
+  for (const auto& a : outcome.args) after.push_back(standins::toJson(a, names));
+  doc["args"] = after;
+  doc["return"] = standins::toJson(outcome.result, names);
+  doc["properties"] = Json::object();
+  for (const auto& [n, v] : outcome.properties) doc["properties"][n] = standins::toJson(v, names);
+  doc["log"] = log.entries();
+  if (grid) {
+    Json rows = Json::array();
+    for (const auto& row : grid->rows) {
+      Json r = Json::array();
+      for (const auto& v : row) r.push_back(standins::toJson(v, names));
+      rows.push_back(std::move(r));
+    }
+    doc["rows"] = {{"columns", grid->captions}, {"rows", rows}, {"more", grid->more}};
+  }
+  out << doc.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
 }  // namespace brelvane::cli

@@ -2,6 +2,7 @@
 // `brelvane call`: what a call produced, printed for a reader, and the rows
 // of its text run on a real connection.
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -39,5 +40,8 @@ bool hasReadable(const ClassInfo& info, std::string_view name);
 void printLookup(std::ostream& out, const Outcome& o);
 void printGeneric(std::ostream& out, const Outcome& o, const standins::Names& names);
 void printLog(std::ostream& out, const standins::Json& entries);
+/// `--json`: the call, its outputs, the log and the rows read (when any).
+void printJson(std::ostream& out, const Outcome& outcome, const standins::Log& log,
+               const std::optional<Grid>& grid);
 
 }  // namespace brelvane::cli
