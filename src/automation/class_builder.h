@@ -206,6 +206,22 @@ class ClassBuilder {
     return *this;
   }
 
+  /// Declares the example argument sets of a member registered before
+  /// (MethodInfo::examples), one per shape of its text. Raises
+  /// std::logic_error for a name not registered yet, or a set longer than
+  /// the member's parameters.
+  ClassBuilder& examples(std::string_view member, std::vector<std::vector<Variant>> sets) {
+    for (MethodInfo& m : info_.methods) {
+      if (m.name != member) continue;
+      for (const auto& set : sets)
+        if (set.size() > m.params.size())
+          throw std::logic_error("examples of " + m.name + ": more values than parameters");
+      m.examples = std::move(sets);
+      return *this;
+    }
+    throw std::logic_error("examples of " + std::string(member) + ": no such member yet");
+  }
+
   /// The properties registered so far, for rows that refer to them.
   const std::vector<PropertyInfo>& properties() const { return info_.properties; }
 

@@ -130,6 +130,13 @@ void registerProviders(Builder& b) {
             {arg("TextEdit"), arg("fintCodiceCampo"), opt("fintTipoCoin", Variant(int16_t{1}))});
   b.method("CampoProviderTestataCausale", member(causalHeaderField),
            {arg("TextEdit"), arg("fintCodiceCampo")}, "provider header field for causal codes");
+  // As the lookups of header fields: one shape per kind of movement. The
+  // control is the caller's (Nothing here).
+  for (const char* name : {"CampoProviderTestata", "CampoProviderTestataCoge"})
+    b.examples(name, {{Variant::nothing(), Variant(int16_t{1}), Variant(int16_t{0})},
+                      {Variant::nothing(), Variant(int16_t{1}), Variant(int16_t{1})},
+                      {Variant::nothing(), Variant(int16_t{1}), Variant(int16_t{2})},
+                      {Variant::nothing(), Variant(int16_t{1}), Variant(int16_t{3})}});
 }
 
 }  // namespace brelvane::decode

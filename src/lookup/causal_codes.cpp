@@ -235,6 +235,10 @@ void registerCausalCodes(Builder& b) {
       .method("CausaliPerTipoMovimentazioneANumerazioneAutomatica",
               member(causalCodesByMovement<true>), {arg("fintMaskTipoMovimentazione")},
               "causal codes by movement type, automatic numbering only");
+  // No movement type selected lists every causal code; a mask filters them.
+  for (const char* name :
+       {"CausaliPerTipoMovimentazione", "CausaliPerTipoMovimentazioneANumerazioneAutomatica"})
+    b.examples(name, {{Variant(int16_t{0})}, {Variant(int16_t{5})}});
 }
 
 }  // namespace brelvane::lookup

@@ -383,6 +383,8 @@ void registerChartOfAccounts(Builder& b) {
               "correlated account classes of a chart")
       .method("AnagraficaPianoDeiConti", member(chartAccounts), {arg("CodicePdC")},
               "accounts of a chart, by the chart's kind");
+  // Sorted by code, or by whatever the host passes.
+  b.examples("AnagraficaInsiemiRibaltamenti", {{}, {Variant("CI58_DESCRIZIONE DESC")}});
 }
 
 }  // namespace brelvane::lookup

@@ -309,6 +309,12 @@ void registerCostSheets(Builder& b) {
                arg("fstrConto"), arg("fvarProgetto"), arg("fvarSottoprogetto"), arg("fvarCommessa"),
                arg("fvarSottocommessa")},
               "monthly rows of one cost sheet");
+  // An empty project, subproject, job order or sub-order reads IS NULL.
+  const Variant none(""), company(int32_t{1}), chart(int32_t{1});
+  b.examples("MensilitaSchedeCosti",
+             {{company, Variant("T1"), chart, Variant("C1"), none, none, none, none},
+              {company, Variant("T1"), chart, Variant("C1"), Variant("P1"), Variant("S1"),
+               Variant("K1"), Variant("Q1")}});
 }
 
 }  // namespace brelvane::lookup

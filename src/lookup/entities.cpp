@@ -166,6 +166,10 @@ void registerEntities(Builder& b) {
       .method("ModelliStdPers", member(modelsByKind),
               {opt("StandardPersonalizzato", Variant(int16_t{-1}))},
               "models: standard (0), customised (1) or all");
+  // Each optional argument passed narrows the text to one company, one entity.
+  b.examples("Entità", {{}, {Variant(int32_t{1})}, {Variant(int32_t{1}), Variant(int32_t{2})}})
+      .examples("ConfigurazioneEntità", {{}, {Variant(int32_t{1})}})
+      .examples("ModelliStdPers", {{Variant(int16_t{-1})}, {Variant(int16_t{0})}});
 }
 
 }  // namespace brelvane::lookup

@@ -133,6 +133,13 @@ void registerProviders(Builder& b) {
             {opt("fintTipoCoin", Variant(int16_t{1}))});
   b.method("CampiTestataProvidersCausale", member(causalHeaderFields),
            "provider header fields for causal codes");
+  // Each kind of movement (0, 1, 2) filters its own way; any other leaves
+  // the IN list empty.
+  for (const char* name : {"CampiTestataProviders", "CampiTestataProvidersCoge"})
+    b.examples(name, {{Variant(int16_t{0})},
+                      {Variant(int16_t{1})},
+                      {Variant(int16_t{2})},
+                      {Variant(int16_t{3})}});
 }
 
 }  // namespace brelvane::lookup

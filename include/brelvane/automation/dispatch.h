@@ -80,6 +80,13 @@ struct BRELVANE_API MethodInfo {
   std::optional<ParamType> result;  ///< none for a procedure
   std::string doc;
   std::function<Variant(Dispatch&, std::span<Variant>)> call;
+  /// Example argument sets, one per shape of what the member composes (an
+  /// empty text, a mask, a mode: a set for each way its text differs).
+  /// Empty for a member whose text has one shape whatever its arguments.
+  /// An object parameter holds Nothing: the caller supplies its own object
+  /// (a control, a connection). The reference site calls the member with
+  /// each set.
+  std::vector<std::vector<Variant>> examples;
 };
 
 struct BRELVANE_API PropertyInfo {
