@@ -30,7 +30,8 @@ set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
 
 # The tool comes with its completion and (when help2man made it) its manual.
 if(EXISTS ${prefix}/bin/brelvane)
-  foreach(file share/bash-completion/completions/brelvane share/man/man1/brelvane.1)
+  foreach(file share/bash-completion/completions/brelvane share/man/man1/brelvane.1
+                share/doc/brelvane/site/index.html)
     if(NOT EXISTS ${prefix}/${file} AND NOT (file MATCHES "man1" AND NOT HELP2MAN))
       message(FATAL_ERROR "the package lacks ${file}")
     endif()

@@ -242,6 +242,10 @@ TEST(ToolCli, BadInputIsStatusTwoAndOneLine) {
        "brelvane run: cannot read /nonexistent/s.json: No such file or directory\n"},
       {"run " + dir, "brelvane run: cannot read " + dir + ": it is a directory\n"},
       {"run -- --help", "...brelvane run: cannot read --help: "},
+      {"site", ""},
+      {"site a b", ""},
+      {"site --grants", ""},
+      {"site /dev/null/site", "brelvane site: cannot create the directory /dev/null/site\n"},
       {"help frobnicate", ""},
       {"frobnicate", ""},
       {"", ""},
@@ -275,7 +279,7 @@ TEST(ToolCli, VersionAndHelpOfEachCommand) {
   EXPECT_EQ(std::count(version.begin(), version.end(), '.'), 2) << r.out;
   EXPECT_EQ(version.find_first_not_of("0123456789.", 9), std::string::npos) << r.out;
   EXPECT_EQ(r.out.size(), version.size() + 1) << r.out;
-  for (auto command : {"run", "call", "list", "completion"}) {
+  for (auto command : {"run", "call", "list", "completion", "site"}) {
     auto viaHelp = tool({"help", command});
     EXPECT_EQ(viaHelp.status, 0) << command;
     EXPECT_EQ(viaHelp.out, tool({command, "--help"}).out) << command;

@@ -65,12 +65,13 @@ const char* helpOf(std::string_view command) {
   if (command == "call") return kCallHelp;
   if (command == "list") return kListHelp;
   if (command == "completion") return kCompletionHelp;
+  if (command == "site") return kSiteHelp;
   return nullptr;
 }
 
 int dispatchCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
   if (args.empty()) {
-    err << "brelvane: expects a command (run, call or list); see brelvane --help\n";
+    err << "brelvane: expects a command (run, call, list or site); see brelvane --help\n";
     return kBadInput;
   }
   auto command = args[0];
@@ -99,6 +100,7 @@ int dispatchCommand(std::span<const std::string_view> args, std::ostream& out, s
   if (command == "call") return callCommand(rest, out, err);
   if (command == "list") return listCommand(rest, out, err);
   if (command == "completion") return completionCommand(rest, out, err);
+  if (command == "site") return siteCommand(rest, out, err);
   err << "brelvane: unknown command \"" << excerpt(command, 40) << "\"; see brelvane --help\n";
   return kBadInput;
 }

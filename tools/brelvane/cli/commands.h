@@ -25,6 +25,8 @@ int runCommand(std::span<const std::string_view> args, std::istream& input, std:
 int callCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 /// `brelvane list [--json] [PROGID]`.
 int listCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
+/// `brelvane site DIR` and `brelvane site --grants ROLE`.
+int siteCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 /// `brelvane completion`: a bash completion script for the tool.
 int completionCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 

@@ -12,6 +12,8 @@ Commands:
   run FILE.json                run a scenario file (- reads standard input)
   call PROGID METHOD [ARG...]  make one call on the built-in demo host
   list [--json] [PROGID]       list the classes, their members and events
+  site DIR | --grants ROLE     write the reference site of every member, or
+                               the grants a database role needs
   completion                   print a bash completion script
   help [COMMAND]               this text, or the options and details of one
                                command (also: brelvane COMMAND --help)
@@ -25,6 +27,7 @@ Examples:
   brelvane call Brelvane.CLSCI_LOOKUP NatureCosti
   brelvane call --json Brelvane.CLSCI_LOOKUP TipiContiCoin
   brelvane list Brelvane.CLSCI_LOOKUP
+  brelvane site build/site
   brelvane run tests/scenarios/lookup_code_tables.json
 
 Exit status: 0 success; 1 a scenario expectation failed, or a call raised an
@@ -39,6 +42,25 @@ Prints a bash completion script for the tool: its commands and options, and
 the ProgIDs and members of the component's classes. Load it with
   source <(brelvane completion)
 or install it as /usr/share/bash-completion/completions/brelvane.
+)";
+
+inline constexpr const char* kSiteHelp = R"(Usage: brelvane site DIR
+       brelvane site --grants ROLE [DIR]
+
+Writes a static reference site into DIR (created when missing): an index
+with counts and a search, one page per class with a section per member (its
+signature, an example call, the SQL it composes for each of its example
+argument sets, its grid, descriptor or launch), and where each table,
+function and procedure is used (where-used.html, .json and .csv). Every
+member is called on the built-in demo host, as `brelvane call` does. Open
+DIR/index.html in a browser; no server is needed.
+
+Options:
+  --grants ROLE  print the GRANT SELECT and GRANT EXECUTE statements that
+                 ROLE needs for every text the members compose or run
+  --help         this text
+
+Exit status: 0, or 2 for a bad option or a directory that cannot be written.
 )";
 
 inline constexpr const char* kRunHelp = R"(Usage: brelvane run FILE.json

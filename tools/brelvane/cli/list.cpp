@@ -224,13 +224,14 @@ _brelvane() {
   local cur=${COMP_WORDS[COMP_CWORD]} words=""
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    words="run call list completion help --help --version"
+    words="run call list site completion help --help --version"
   else
     case ${COMP_WORDS[1]} in
     run) words="--help -"; compopt -o default 2>/dev/null ;;
     list) words="--json --help )" +
          progIds + R"(" ;;
-    help) words="run call list completion" ;;
+    site) words="--grants --help"; compopt -o dirnames 2>/dev/null ;;
+    help) words="run call list site completion" ;;
     call)
       local i n=0 progid=""
       for ((i = 2; i < COMP_CWORD; i++)); do
