@@ -4,8 +4,9 @@
 #              warnings as errors: the unit tests (the fault sweep among
 #              them), golden scenarios, the package test, the API
 #              documentation (Doxygen warnings fail it), every composed SQL
-#              text through an independent T-SQL parser, and the ODBC adapter
-#              against a throwaway PostgreSQL server on loopback
+#              text through an independent T-SQL parser, the reference site
+#              in headless Chromium, and the ODBC adapter against a
+#              throwaway PostgreSQL server on loopback
 #   sanitize   a GCC Debug build of the static library with the same tests
 #              under AddressSanitizer + UBSan (leaks checked), instrumented
 #              for coverage: line and branch coverage per folder of src/,
@@ -58,6 +59,14 @@ step_plain() {
   npm ci --prefix tests/sql --no-audit --no-fund --silent
   build-test/tests/brelvane_sql_collect tests/scenarios/*.json >build-test/sql-texts.jsonl
   node tests/sql/check.mjs <build-test/sql-texts.jsonl
+  echo "-- the reference site in headless Chromium"
+  local started=$SECONDS
+  scripts/deps.sh chromium
+  echo "chromium installed in $((SECONDS - started)) s"
+  started=$SECONDS
+  npm ci --prefix tests/site --no-audit --no-fund --silent
+  node tests/site/check.mjs "$PWD/build-test/tools/brelvane/brelvane" "$PWD/build-test"
+  echo "site test: $((SECONDS - started)) s"
   echo "-- the ODBC adapter against PostgreSQL"
   BRELVANE_ODBC_BUILD=build-test scripts/odbc-tests.sh
 }
