@@ -2,7 +2,7 @@
 # command, with that command's own help text as it prints it.
 #   cmake -DTOOL=... -DOUTPUT=... -P man_sections.cmake
 set(sections "")
-foreach(command run call list completion)
+foreach(command run call list site completion)
   execute_process(COMMAND ${TOOL} help ${command} OUTPUT_VARIABLE text RESULT_VARIABLE status)
   if(NOT status EQUAL 0)
     message(FATAL_ERROR "${TOOL} help ${command} failed")

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "brelvane/version.h"
+#include "cli/arguments.h"
 #include "cli/site.h"
 
 namespace brelvane::cli {
@@ -170,10 +171,8 @@ std::string signature(const MethodInfo& m) {
     if (p.optional) out += "Optional ";
     if (p.byRef) out += "ByRef ";
     out += p.name + " As " + p.typeName;
-    if (p.optional && !p.defaultValue.isMissing()) {
-      standins::Names names;
-      out += " = " + standins::toJson(p.defaultValue, names).dump();
-    }
+    if (p.optional && !p.defaultValue.isMissing())
+      out += " = " + describe(p.defaultValue, standins::Names());
   }
   out += ")";
   if (m.result) out += " As " + std::string(paramTypeName(*m.result));
@@ -218,9 +217,11 @@ void decoderDescriptor(std::string& out, const SiteMember& m, const SiteShape& s
   std::string control = row && row->size() > 0 ? shown((*row)[0]) : "";
   std::string column = row && row->size() > 1 ? shown((*row)[1]) : "";
   std::string keys;
-  for (size_t i = 0; i < s.args.size() && i < m.method->params.size(); ++i)
+  const Json args = s.result.value("args", Json::array());
+  for (size_t i = 0; i < args.size() && i < m.method->params.size(); ++i)
     if (m.method->params[i].type != ParamType::Object)
-      keys += (keys.empty() ? "" : ", ") + m.method->params[i].name + " = " + s.args[i];
+      keys += (keys.empty() ? "" : ", ") + m.method->params[i].name + " = " +
+              (args[i].is_string() ? args[i].dump() : shown(args[i]));
   out += "<dl><dt>Control</dt><dd>" +
          esc(control == "Nothing" ? "Nothing (an existence check)" : control) +
          "</dd><dt>Target column</dt><dd><code>" + esc(column) +
