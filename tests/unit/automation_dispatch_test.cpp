@@ -140,6 +140,18 @@ TEST(Dispatch, ADescriptionFindsMembersBeforeAndAfterItIsIndexed) {
   EXPECT_EQ(info.findProperty("Nope"), nullptr);
 }
 
+TEST(Dispatch, ExamplesGoToTheirMemberAndMustFitItsParameters) {
+  ClassBuilder<Sample> b("Test.Examples");
+  b.method("Twice", &Sample::Twice, {arg("fintValue")}).method("Sort", &Sample::Sort, {opt("S")});
+  b.examples("Sort", {{}, {Variant("CODE DESC")}});
+  EXPECT_THROW(b.examples("Nope", {{}}), std::logic_error);
+  EXPECT_THROW(b.examples("Sort", {{Variant(1), Variant(2)}}), std::logic_error);
+  ClassInfo info = b.build();
+  EXPECT_TRUE(info.findMethod("Twice")->examples.empty());
+  ASSERT_EQ(info.findMethod("Sort")->examples.size(), 2u);
+  EXPECT_EQ(info.findMethod("Sort")->examples[1][0].string(), "CODE DESC");
+}
+
 TEST(Dispatch, ConvertibilityIsJudgedAsACallWouldJudgeIt) {
   struct Case {
     ParamType type;
