@@ -93,6 +93,9 @@ for (const c of classes) {
     const key = `${c.progId}.${s.id}`;
     onPage.push(key);
     const union = { tables: new Set(), tableFunctions: new Set(), functions: new Set(), columns: new Set() };
+    const mine = index.members.find((m) => `${m.class}.${m.member}` === key);
+    let n = 0;
+    const procedures = new Set();
     for (const command of s.calls) {
       // A lookup that fails on purpose exits 1 and still prints its result.
       const call = spawnSync(tool, ['call', '--json', ...words(command).slice(2)], { encoding: 'utf8' });
@@ -101,18 +104,25 @@ for (const c of classes) {
       const sqls = [result.properties.Str_Sql, ...result.log.filter((e) => e.object === 'connection' && e.op === 'Execute').map((e) => e.sql)];
       for (const e of result.log)
         if (e.object === 'connection' && e.op === 'ExecuteCommand' && e.commandType === 4)
-          parserObjects.EXECUTE.add(e.commandText);
+          procedures.add(e.commandText);
       for (const sql of sqls.filter((t) => typeof t === 'string' && t !== '')) {
         texts++;
         const r = readsOf(sql, c.progId, s.id);
-        for (const k of Object.keys(union)) r[k].forEach((n) => union[k].add(n));
+        const tokenizer = mine?.texts[n++];
+        for (const k of Object.keys(union)) {
+          r[k].forEach((name) => union[k].add(name));
+          check(tokenizer && same(tokenizer[k], r[k]), `${key}, text ${n}: ${k} of the tokenizer ` +
+            `${JSON.stringify(tokenizer?.[k])} are not the parser's ${JSON.stringify([...r[k]])}`);
+        }
       }
     }
+    check(mine && mine.texts.length === n, `${key}: the site reads ${mine?.texts.length} texts, the calls give ${n}`);
     if (union.tables.has('PC04_NATURECOSTI')) readersOfTable.add(key);
     union.tables.forEach((n) => parserObjects.SELECT.add(n));
     union.tableFunctions.forEach((n) => parserObjects.SELECT.add(n));
     union.functions.forEach((n) => parserObjects.EXECUTE.add(n));
-    const mine = index.members.find((m) => `${m.class}.${m.member}` === key);
+    procedures.forEach((n) => parserObjects.EXECUTE.add(n));
+    check(mine && same(mine.procedures, procedures), `${key}: procedures ${JSON.stringify(mine?.procedures)}`);
     for (const k of Object.keys(union))
       check(mine && same(mine[k], union[k]), `${key}: ${k} of the tokenizer ${JSON.stringify(mine?.[k])} ` +
         `are not the parser's ${JSON.stringify([...union[k]])}`);

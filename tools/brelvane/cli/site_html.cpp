@@ -469,7 +469,17 @@ void writeSite(const std::vector<SiteMember>& members, const std::string& dir) {
   }
   save(root / "where-used.html", page + "</table>\n" + foot);
   Json byMember = Json::array();
-  for (const SiteMember& m : members)
+  for (const SiteMember& m : members) {
+    // What each text reads, in the order of the shapes and of their texts.
+    Json texts = Json::array();
+    for (const SiteShape& s : m.shapes)
+      for (const std::string& text : s.texts) {
+        tsql::Reads r = tsql::readsOf(text);
+        texts.push_back({{"tables", r.tables},
+                         {"tableFunctions", r.functions},
+                         {"functions", r.scalars},
+                         {"columns", r.columns}});
+      }
     byMember.push_back({{"class", m.cls->progId},
                         {"member", m.method->name},
                         {"kind", m.kind},
@@ -477,7 +487,9 @@ void writeSite(const std::vector<SiteMember>& members, const std::string& dir) {
                         {"tableFunctions", m.reads.functions},
                         {"functions", m.reads.scalars},
                         {"procedures", m.reads.procedures},
-                        {"columns", m.reads.columns}});
+                        {"columns", m.reads.columns},
+                        {"texts", texts}});
+  }
   save(root / "where-used.json",
        Json{{"version", kVersion}, {"members", byMember}, {"objects", objects}}.dump(1) + "\n");
   save(root / "where-used.csv", csv);
