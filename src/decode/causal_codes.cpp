@@ -70,6 +70,11 @@ void registerCausalCodes(Builder& b) {
          form(member(causalDecode),
               {arg("fintMaskTipoMovimentazione"), arg("TextEdit"), arg("CodiceCausale")})
              .only([](const CausalDecoder& row) { return row.byMovement; }));
+  // No movement kind selected checks the code alone; a mask adds the kinds.
+  for (const char* name :
+       {"CausalePerTipoMovimentazione", "CausalePerTipoMovimentazioneANumerazioneAutomatica"})
+    b.examples(name, {{Variant(int16_t{0}), Variant::nothing(), Variant("C01")},
+                      {Variant(int16_t{5}), Variant::nothing(), Variant("C01")}});
 }
 
 }  // namespace brelvane::decode
