@@ -49,7 +49,8 @@ run_tests() {
 step_plain() {
   # The SQL check runs on Node.js; a machine that has it already keeps its own.
   command -v npm >/dev/null || scripts/deps.sh nodejs npm
-  scripts/deps.sh clang postgresql-15 odbc-postgresql unixodbc-dev unixodbc
+  # One apt round for the step: the compiler, the database, the browser.
+  scripts/deps.sh clang postgresql-15 odbc-postgresql unixodbc-dev unixodbc chromium
   configure_and_build build-test -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
     -DCMAKE_CXX_COMPILER=clang++ -DBRELVANE_BENCH=ON -DBRELVANE_DOCS_WERROR=ON -DBRELVANE_ODBC=ON
   run_tests build-test
@@ -61,9 +62,6 @@ step_plain() {
   node tests/sql/check.mjs <build-test/sql-texts.jsonl
   echo "-- the reference site in headless Chromium"
   local started=$SECONDS
-  scripts/deps.sh chromium
-  echo "chromium installed in $((SECONDS - started)) s"
-  started=$SECONDS
   npm ci --prefix tests/site --no-audit --no-fund --silent
   node tests/site/check.mjs "$PWD/build-test/tools/brelvane/brelvane" "$PWD/build-test"
   echo "site test: $((SECONDS - started)) s"
