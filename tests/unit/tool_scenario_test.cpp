@@ -146,6 +146,8 @@ TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
       R"()",
       R"({"steps": [])",
       R"({"steps": [], "frob": 1})",
+      R"({"steps": [], "harden": "yes"})",
+      R"({"steps": [], "harden": 1})",
       R"({"objects": {"host": {"kind": "host"}}})",
       R"([{"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"}])",
       R"({"steps": [{}]})",

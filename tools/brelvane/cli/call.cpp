@@ -37,6 +37,7 @@ struct CallOptions {
   bool json = false;
   std::string connect;    // an ODBC connection string or DSN; "" for the demo connection
   bool run = false;       // run the composed Str_Sql on that connection
+  bool harden = false;    // the factory composes in its hardened mode
   int limit = 50;         // at most this many rows of it
   std::string catalogue;  // a file, or "" for the built-in one
   DemoCompany company;
@@ -59,6 +60,7 @@ CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
   app.add_option("--set", sets)->allow_extra_args(false);  // one PROPERTY=VALUE each time
   app.add_option("--connect", o.connect);
   app.add_flag("--run", o.run);
+  app.add_flag("--harden", o.harden);
   app.add_option("--limit", o.limit);
   try {
     parser.parse(args);
@@ -134,6 +136,7 @@ class CallWorld {
  public:
   explicit CallWorld(const CallOptions& o) {
     registerBrelvane(factory_);
+    factory_.setHardened(o.harden);
     standins::installLaunchers(factory_, Json(), log_);
     host_ = makeDemoHost(loadCatalogue(o.catalogue), o.company);
     log_.names.add(host_, "host");

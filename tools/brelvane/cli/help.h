@@ -76,7 +76,8 @@ Document:
   {"objects":   {NAME: {"kind": "host" | "connection" | "control", ...}},
    "utility":   {"fail": [OP, ...]},
    "launchers": {PROGID: {"fail": [...], "on": {METHOD: [{"call": M, "args": [...]}]}}},
-   "steps":     [STEP, ...]}                      (only "steps" is required)
+   "steps":     [STEP, ...],
+   "harden":    true | false}                     (only "steps" is required)
 
 Steps:
   {"create": PROGID, "as": NAME}
@@ -91,6 +92,9 @@ read after the step, or "$log": the list of the log entries of that step,
 each giving the fields to compare ({"object": "host", "op": "Code"}). Texts
 compare equal when they match after removing the blanks that stand directly
 before a CR, an LF or the end of the text.
+
+"harden": true creates every object in the hardened mode (see brelvane call
+--help); false, the default, composes exactly as without the key.
 
 Values: null, true/false, integers (Long), fractions (Double), texts, and
   {"$integer": 5} {"$long": 5} {"$double": 5} {"$date": "2026-11-22"}
@@ -130,6 +134,11 @@ Options:
   --run                run the composed Str_Sql on that connection and print
                        its rows under the captions of Arr_Fields
   --limit N            at most N rows (default 50)
+  --harden             compose in the hardened mode: texts go into the SQL
+                       with their apostrophes doubled, numbers must be
+                       numbers, and a value never rewrites the query; by
+                       default the text is composed as hosts expect it, values
+                       as given
   --json               print the result as one JSON document
   --help               this text
 Options may come anywhere before "--"; after it every word is an argument

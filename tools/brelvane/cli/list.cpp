@@ -246,7 +246,7 @@ _brelvane() {
       --company|--language|--mode|--set) return ;;
       esac
       if ((n == 0)); then
-        words="--company --language --mode --catalog --set --json --help )" +
+        words="--company --language --mode --catalog --set --harden --json --help )" +
          progIds + R"("
       elif ((n == 1)); then
         case ${progid,,} in

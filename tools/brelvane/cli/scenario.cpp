@@ -46,6 +46,8 @@ class Run {
     standins::installLaunchers(factory_, doc.contains("launchers") ? doc["launchers"] : Json(),
                                log_);
     validate(doc, factory_);
+    // Before any step: every object the scenario creates composes in this mode.
+    factory_.setHardened(doc.value("harden", false));
     if (doc.contains("objects"))
       for (const auto& [name, config] : doc["objects"].items())
         hold(name, standins::makeStandin(config, name, log_));

@@ -303,10 +303,12 @@ class Validator {
 /// Checks the document as a whole.
 void validate(const Json& doc, const ObjectFactory& factory) {
   if (!doc.is_object()) invalid("a scenario is a JSON object");
-  static const std::set<std::string> keys = {"objects", "utility", "launchers", "steps"};
+  static const std::set<std::string> keys = {"objects", "utility", "launchers", "steps", "harden"};
   for (const auto& [key, v] : doc.items())
     if (!keys.count(key) && !isNote(key))
       invalid("unknown key " + inQuotes(key) + " in the scenario");
+  if (doc.contains("harden") && !doc["harden"].is_boolean())
+    invalid("harden is true or false, not " + doc["harden"].dump());
   if (!doc.contains("steps")) invalid("a scenario needs steps");
   TagCheck tags;
   for (const char* key : {"objects", "utility", "launchers"})
