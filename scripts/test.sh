@@ -4,9 +4,12 @@
 #              warnings as errors: the unit tests (the fault sweep among
 #              them), golden scenarios, the package test, the API
 #              documentation (Doxygen warnings fail it), every composed SQL
-#              text through an independent T-SQL parser, the reference site
-#              in headless Chromium, and the ODBC adapter against a
-#              throwaway PostgreSQL server on loopback
+#              text through an independent T-SQL parser, hostile values in
+#              every position that reaches the SQL of a lookup or decoder,
+#              judged by the same parser with the hardened mode off and on
+#              (tests/sql/hostile.mjs), the reference site in headless
+#              Chromium, and the ODBC adapter against a throwaway PostgreSQL
+#              server on loopback
 #   sanitize   a GCC Debug build of the static library with the same tests
 #              under AddressSanitizer + UBSan (leaks checked), instrumented
 #              for coverage: line and branch coverage per folder of src/,
@@ -60,8 +63,13 @@ step_plain() {
   npm ci --prefix tests/sql --no-audit --no-fund --silent
   build-test/tests/brelvane_sql_collect tests/scenarios/*.json >build-test/sql-texts.jsonl
   node tests/sql/check.mjs <build-test/sql-texts.jsonl
-  echo "-- the reference site in headless Chromium"
+  echo "-- hostile values in every position that reaches the SQL, both modes"
   local started=$SECONDS
+  build-test/tests/brelvane_sql_hostile >build-test/sql-hostile.jsonl
+  node tests/sql/hostile.mjs <build-test/sql-hostile.jsonl
+  echo "hostile values: $((SECONDS - started)) s"
+  echo "-- the reference site in headless Chromium"
+  started=$SECONDS
   npm ci --prefix tests/site --no-audit --no-fund --silent
   node tests/site/check.mjs "$PWD/build-test/tools/brelvane/brelvane" "$PWD/build-test"
   echo "site test: $((SECONDS - started)) s"
