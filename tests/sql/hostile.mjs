@@ -22,11 +22,13 @@
 //   (its apostrophes doubled, not re-read): `a'--` can leave the tree as it
 //   was and still cut the rest of a line off as a comment.
 // A position whose marker stood outside quotes is a number position when
-// the mode on refuses "Abc" there, an identifier position otherwise; one
+// the mode on refuses "Abc" there, an identifier position otherwise (its
+// name is blanked like a literal); one inside quotes is a text position,
+// or a quoted number when the mode on refuses "Abc" (listed by name); one
 // that reaches the SQL only as a date literal is a date position.
 // Exit status 1 when the mode on lets any value escape, alters one, or fails
-// any case but a non-number in a number position, a non-identifier in an
-// identifier position or a non-date in a date position.
+// any case but a non-number in a number position (quoted or not), a
+// non-identifier in an identifier position or a non-date in a date position.
 import { readFileSync } from 'node:fs';
 import { init, parse } from '@guanmingchiu/sqlparser-ts';
 
@@ -44,9 +46,11 @@ function repair(c, sql) {
 }
 
 const literals = [];  // of the last tree reduced
+let name = null;  // the value of an identifier position, blanked like a literal
 function reduce(node) {
   if (Array.isArray(node)) return node.map(reduce);
   if (!node || typeof node !== 'object') return node;
+  if (name !== null && node.value === name && !node.quote_style) return '?';
   const out = {};
   for (const [key, value] of Object.entries(node)) {
     if (key === 'span') continue;
@@ -61,9 +65,11 @@ function reduce(node) {
   return out;
 }
 
-/// The reduced trees of a call's texts (null for one that does not parse) and its literals.
-function trees(c) {
+/// The reduced trees of a call's texts (null for one that does not parse)
+/// and its literals; `identifier`: the value is a name, blanked too.
+function trees(c, identifier) {
   literals.length = 0;
+  name = identifier ? (typeof c.value === 'number' ? hostile[c.value] : c.value) : null;
   const list = c.sql.map((sql) => {
     try {
       return JSON.stringify(reduce(parse(repair(c, sql), 'mssql')));
@@ -75,14 +81,21 @@ function trees(c) {
 }
 
 const groups = new Map();
+for (const c of lines) {
+  const key = `${c.class}\t${c.member}\t${c.position}\t${c.mode}`;
+  if (!groups.has(key)) groups.set(key, []);
+  groups.get(key).push(c);
+}
+// A member that leaves no Str_Sql (a bridge that runs its query and returns
+// a value) fails by running none.
+for (const cases of groups.values())
+  if (cases.find((c) => c.value === '7')?.failed)
+    for (const c of cases) c.failed = c.sql.length === 0;
 const failedOff = new Set();  // cases that fail with the mode off too: the member's own refusal
 const refusesAbc = new Set();  // positions where the mode on refuses "Abc": numbers
 for (const c of lines) {
   if (c.mode === 'on' && c.value === 'Abc' && c.failed) refusesAbc.add(`${c.class}\t${c.member}\t${c.position}`);
   if (c.mode === 'off' && c.failed) failedOff.add(`${c.class}\t${c.member}\t${c.position}\t${c.value}`);
-  const key = `${c.class}\t${c.member}\t${c.position}\t${c.mode}`;
-  if (!groups.has(key)) groups.set(key, []);
-  groups.get(key).push(c);
 }
 
 const count = (map, key) => map.set(key, (map.get(key) ?? 0) + 1);
@@ -90,23 +103,28 @@ const tally = { off: { cases: 0, escapes: new Map(), broken: 0, altered: 0, fail
                 on: { cases: 0, escapes: new Map(), broken: 0, altered: 0, failed: new Map(), byKind: new Map() } };
 const faults = [];
 const positions = new Set();
+const quotedNumbers = new Set();
+let longNames = 0;  // names past the server's 128 characters that the mode on let through
 for (const cases of groups.values()) {
-  // A member that leaves no Str_Sql (a bridge that runs its query and
-  // returns a value) fails by running none.
-  if (cases.find((c) => c.value === '7')?.failed)
-    for (const c of cases) c.failed = c.sql.length === 0;
+  const where = `${cases[0].class}\t${cases[0].member}\t${cases[0].position}`;
+  // Outside quotes, a number position when the mode on refuses "Abc" there,
+  // else an identifier position; inside quotes, a number (the company code
+  // of a few members) when the mode on refuses "Abc", else a text.
+  const kind = cases[0].kind === 'date' ? 'date'
+    : cases[0].kind === 'text' ? (refusesAbc.has(where) ? 'quoted number' : 'text')
+    : refusesAbc.has(where) ? 'number' : 'identifier';
+  if (kind === 'quoted number') quotedNumbers.add(where.replaceAll('\t', ' '));
   const refs = cases.filter((c) => typeof c.value === 'string' && !c.failed && !c.raised);
-  const refTrees = refs.map((c) => trees(c).list);
+  const refTrees = refs.map((c) => trees(c, kind === 'identifier').list);
   for (const c of cases.filter((c) => typeof c.value === 'number')) {
     const t = tally[c.mode];
     const value = hostile[c.value];
-    const kind = c.kind !== 'bare' ? c.kind
-      : refusesAbc.has(`${c.class}\t${c.member}\t${c.position}`) ? 'number' : 'identifier';
     const family = c.class.replace('Brelvane.', '');
     const label = `${c.class}.${c.member} ${c.position} (${kind}) mode ${c.mode} <- ${JSON.stringify(value.slice(0, 40))}`;
     positions.add(`${c.class}\t${c.member}\t${c.position}`);
     t.cases++;
-    const mine = trees(c);
+    const mine = trees(c, kind === 'identifier');
+    if (kind === 'identifier' && c.mode === 'on' && !c.failed && value.length > 128) longNames++;
     const same = (ref) => mine.list.every((tree, i) => tree !== null && tree === ref[i]);
     let verdict = 'held';
     if (c.raised) {
@@ -147,4 +165,6 @@ for (const mode of ['off', 'on']) {
               `${t.altered} values not kept as written), ` +
               `${total(t.failed)} clean failures (${list(t.failed)})`);
 }
+for (const q of quotedNumbers) console.log(`quoted number (the mode on refuses a text): ${q}`);
+if (longNames) console.log(`note: the mode on took ${longNames} name(s) longer than the server's 128 characters`);
 process.exit(faults.length === 0 ? 0 : 1);

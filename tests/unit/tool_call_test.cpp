@@ -147,6 +147,16 @@ TEST(ToolCall, OptionsReachTheDemoHost) {
   r = tool({"call", "Brelvane.CLSCI_LOOKUP", "ProposteCausaliPerProvider2", "42", "1"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_TRUE(has(r.out, "FNCI03_CAUSALI(CI03_CODCAUS, 42)")) << r.out;
+
+  // --harden: the apostrophe doubled; without it, the text as given.
+  for (bool harden : {false, true}) {
+    Args args = {"call", "Brelvane.CLSCI_LOOKUP", "IntestazioniSchedeCostiPerTipoScheda", "1",
+                 "O'Brien"};
+    if (harden) args.insert(args.begin() + 1, "--harden");
+    r = tool(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(has(r.out, harden ? "= 'O''Brien'" : "= 'O'Brien'")) << r.out;
+  }
 }
 
 TEST(ToolCall, FailedLookupsAreStatusOne) {
