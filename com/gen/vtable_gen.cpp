@@ -19,6 +19,7 @@
 #include "brelvane/version.h"
 #include "dispids.h"
 #include "guids.h"
+#include "settings.h"
 #include "vtable_layout.h"
 
 namespace {
@@ -162,6 +163,7 @@ int main(int argc, char** argv) {
   }
   ObjectFactory factory;
   registerBrelvane(factory);
+  registerSettings(factory);
   Writer w;
   for (const auto& entry : factory.entries())
     if (entry.info)

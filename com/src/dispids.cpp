@@ -201,6 +201,7 @@ constexpr DispIdRow kRows[] = {
     {"CLSCI_CONNECT", "ExecProviderCOGE", 130},
     {"CLSCI_CONNECT", "VisualizzaTracciaRib", 131},
     {"CLSCI_CONNECT", "ChiusuraTracciaRib", 132},
+    {"Settings", "Hardened", 1},
     {"__CLSCI_CONNECT", "TransferData", 1},
     {"__CLSCI_CONNECT", "ChiusuraMovimentiContabilitàIndustriale", 2},
     {"__CLSCI_CONNECT", "ChiusuraSelezioneCausaleCoIn", 3},

@@ -47,6 +47,8 @@ inline constexpr ClassIdentity kClasses[] = {
      toGuid(guids::kClasses[1].iid), guids::kClasses[1].hasEvents},
     {guids::kClasses[2].progId, L"CLSCI_CONNECT", toGuid(guids::kClasses[2].clsid),
      toGuid(guids::kClasses[2].iid), guids::kClasses[2].hasEvents},
+    {guids::kClasses[3].progId, L"Settings", toGuid(guids::kClasses[3].clsid),
+     toGuid(guids::kClasses[3].iid), guids::kClasses[3].hasEvents},
 };
 static_assert(std::size(kClasses) == std::size(guids::kClasses));
 

@@ -5,6 +5,7 @@
 
 #include "adapters.h"
 #include "brelvane/brelvane.h"
+#include "settings.h"
 #include "text.h"
 
 namespace brelvane::com {
@@ -31,6 +32,7 @@ ObjectFactory& factory() {
       return std::make_shared<ReferenceUtility>();
     });
     registerBrelvane(f);
+    registerSettings(f);
     // Everything else, the sibling launchers among them, the platform creates.
     f.setFallback(createPlatformObject);
     // The errors that lookups and decoders swallow go to the debugger's

@@ -19,7 +19,7 @@ set -u
 build=$(cd "$1" && pwd) || exit 2
 cd "$build/com" || exit 2
 export WINEPREFIX="$build/prefix" WINEDEBUG=-all
-progids="Brelvane.CLSCI_LOOKUP Brelvane.CLSCI_DECODE Brelvane.CLSCI_CONNECT"
+progids="Brelvane.CLSCI_LOOKUP Brelvane.CLSCI_DECODE Brelvane.CLSCI_CONNECT Brelvane.Settings"
 dll=$(winepath -w "$build/com/brelvane.dll")
 tlb=$(winepath -w "$build/com/brelvane.tlb")
 failures=0
@@ -93,10 +93,10 @@ run "wineboot" wineboot -i
 run "machine: regsvr32" wine regsvr32 /s brelvane.dll
 check_typelib machine
 check_keys machine 'HKLM\Software\Classes'
-create_errors "0 0 0 " "machine: CreateObject of each class"
+create_errors "0 0 0 0 " "machine: CreateObject of each class"
 run "machine: regsvr32 /u" wine regsvr32 /s /u brelvane.dll
 check_gone machine 'HKLM\Software\Classes'
-create_errors "429 429 429 " "machine: CreateObject raises 429 after"
+create_errors "429 429 429 429 " "machine: CreateObject raises 429 after"
 
 run "user: regsvr32 /n /i:user" wine regsvr32 /s /n /i:user brelvane.dll
 check_keys user 'HKCU\Software\Classes'

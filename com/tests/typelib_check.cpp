@@ -19,6 +19,7 @@
 #include "brelvane/brelvane.h"
 #include "dispids.h"
 #include "identity.h"
+#include "settings.h"
 #include "text.h"
 
 using namespace brelvane;
@@ -262,6 +263,7 @@ int main() {
   }
   ObjectFactory registry;
   registerBrelvane(registry);
+  registerSettings(registry);
   std::vector<std::pair<const ClassIdentity*, const ClassInfo*>> classes;
   for (const auto& identity : kClasses)
     for (const auto& entry : registry.entries())

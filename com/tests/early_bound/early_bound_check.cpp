@@ -296,5 +296,5 @@ int main() {
   host->Release();
   lib->Release();
   CoUninitialize();
-  return classes == 3 && check.differences == 0 && check.functions > 0 ? 0 : 1;
+  return classes == 4 && check.differences == 0 && check.functions > 0 ? 0 : 1;
 }

@@ -36,14 +36,15 @@ if identity is None or identity.get("version") != version + ".0":
     failures.append("manifest: the assembly's version is not the project's")
 classes = root.findall("a:file[@name='brelvane.dll']/a:comClass", ns)
 progIds = sorted(c.findtext("a:progid", namespaces=ns) for c in classes)
-if progIds != ["Brelvane.CLSCI_CONNECT", "Brelvane.CLSCI_DECODE", "Brelvane.CLSCI_LOOKUP"]:
+if progIds != ["Brelvane.CLSCI_CONNECT", "Brelvane.CLSCI_DECODE", "Brelvane.CLSCI_LOOKUP",
+               "Brelvane.Settings"]:
     failures.append(f"manifest: classes {progIds}")
 for c in classes:
     if c.get("threadingModel") != "Apartment" or c.get("progid") != c.findtext("a:progid", namespaces=ns) + ".1":
         failures.append(f"manifest: {c.get('description')} lacks its versioned ProgID or model")
 if root.find("a:file[@name='brelvane.tlb']/a:typelib", ns) is None:
     failures.append("manifest: no type library")
-if len(root.findall("a:comInterfaceExternalProxyStub", ns)) != 4:
+if len(root.findall("a:comInterfaceExternalProxyStub", ns)) != 5:
     failures.append("manifest: not one proxy entry per dispatch interface")
 
 for f in failures:

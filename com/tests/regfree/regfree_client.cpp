@@ -55,7 +55,8 @@ int main() {
   };
   const Case cases[] = {{L"Brelvane.CLSCI_LOOKUP", L"Str_Sql", VT_BSTR},
                         {L"Brelvane.CLSCI_DECODE", L"Str_Sql", VT_BSTR},
-                        {L"Brelvane.CLSCI_CONNECT", L"Ditta", VT_EMPTY}};
+                        {L"Brelvane.CLSCI_CONNECT", L"Ditta", VT_EMPTY},
+                        {L"Brelvane.Settings", L"Hardened", VT_BOOL}};
   int failures = 0;
   for (const auto& c : cases) {
     const bool inRegistry = registered(c.progId);

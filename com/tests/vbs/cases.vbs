@@ -28,4 +28,26 @@ Sub Cases()
   o.AnagraficaIntermediPDCCoGe2 , 1
   Caught
   Check "a required argument left out raises 449", ErrNumber = 449, ErrNumber & " " & ErrDescription
+
+  ' The hardened mode, taken by the objects created after Brelvane.Settings sets it.
+  Dim settings
+  Set settings = CreateObject("Brelvane.Settings")
+  settings.Hardened = True
+  Caught
+  Check "Brelvane.Settings.Hardened reads back True", ErrNumber = 0 And settings.Hardened = True, _
+    ErrNumber & " " & ErrDescription
+  Check "hardened: O'Brien composes with its apostrophe doubled", _
+    InStr(Intestazioni(), "= 'O''Brien'") > 0, Intestazioni()
+  settings.Hardened = False
+  Check "by default again: O'Brien composes as given", _
+    settings.Hardened = False And InStr(Intestazioni(), "= 'O'Brien'") > 0, Intestazioni()
 End Sub
+
+' Str_Sql of a new lookup's IntestazioniSchedeCostiPerTipoScheda(1, "O'Brien").
+Function Intestazioni()
+  Dim o
+  Set o = CreateObject("Brelvane.CLSCI_LOOKUP")
+  Set o.ActiveInterface = New ScriptHost
+  o.IntestazioniSchedeCostiPerTipoScheda 1, "O'Brien"
+  Intestazioni = o.Str_Sql
+End Function
