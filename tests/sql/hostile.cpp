@@ -22,6 +22,7 @@
 #include "brelvane/brelvane.h"
 #include "cli/scenario.h"
 #include "standins/standins.h"
+#include "support/sweep_world.h"
 
 namespace {
 
@@ -48,34 +49,6 @@ std::vector<std::string> hostileValues() {
   return v;
 }
 
-Json world() {
-  Json doc = Json::parse(R"({"objects": {
-      "host": {"kind": "host", "company": {"Code": 5, "LanguageCode": "ITA", "CompanyMode": 2},
-               "installationSetting": 1},
-      "db": {"kind": "connection", "procedures": {}, "results": [
-          {"match": "PC01_DESCRPDC", "columns": ["PC01_INDTIPOPDC"], "rows": [[1]]},
-          {"match": "", "columns": ["VALORE"], "rows": [["7"]]}]},
-      "edit": {"kind": "control"}}, "steps": []})");
-  for (const char* procedure : {"SPCI_PROPCONTI_LOOKUPPROVIDER", "SPCI_PROPCOGE_LOOKUPPROVIDER",
-                                "SPCI_PROPCAUSALI_LOOKUPPROVIDER"})
-    doc["objects"]["db"]["procedures"][procedure] = {
-        {"@LABELS", "Codice|Descrizione"}, {"@QUERY", "SELECT 1 AS Codice, 'x' AS Descrizione"}};
-  return doc;
-}
-
-Json plausible(const ParamInfo& p) {
-  using enum ParamType;
-  if (p.type == Object)
-    return {{"$object", p.typeName == "Connection" || p.name.find("Connessione") != p.name.npos
-                            ? "db"
-                            : "edit"}};
-  return p.type == Boolean   ? Json(false)
-         : p.type == String  ? Json("7")
-         : p.type == Date    ? Json{{"$date", "2026-11-22"}}
-         : p.type == Integer ? Json{{"$integer", 1}}
-                             : Json(1);
-}
-
 enum class Where { Argument, Property, Host };
 struct Position {
   Where where;
@@ -92,11 +65,11 @@ struct Outcome {
 
 Outcome call(const ClassInfo& cls, const MethodInfo& m, const Position& at, const Json& value,
              bool harden) {
-  Json doc = world();
+  Json doc = sweep::world();
   doc["harden"] = harden;
   if (at.where == Where::Host) doc["objects"]["host"]["company"][at.name] = value;
   Json args = Json::array();
-  for (const auto& p : m.params) args.push_back(plausible(p));
+  for (const auto& p : m.params) args.push_back(sweep::plausible(p));
   if (at.where == Where::Argument) args[at.index] = value;
   Json values = {{"ActiveInterface", {{"$object", "host"}}}};
   if (cls.findProperty("Segno")) values["Segno"] = 1;  // lets the decoder's Causale through

@@ -16,6 +16,7 @@
 #include "brelvane/brelvane.h"
 #include "cli/scenario.h"
 #include "standins/standins.h"
+#include "support/sweep_world.h"
 
 namespace brelvane {
 namespace {
@@ -26,37 +27,13 @@ constexpr std::string_view kBridge = "GetNumregCoanFromNumregCoge";
 
 /// The stand-ins every run starts from; `fail` adds one failing operation.
 Json world(const std::string& failObject, const std::string& failOp) {
-  Json doc = Json::parse(R"({"objects": {
-      "host": {"kind": "host", "company": {"Code": 5, "LanguageCode": "ITA", "CompanyMode": 2},
-               "installationSetting": 1},
-      "db": {"kind": "connection", "procedures": {}, "results": [
-          {"match": "PC01_DESCRPDC", "columns": ["PC01_INDTIPOPDC"], "rows": [[1]]},
-          {"match": "", "columns": ["VALORE"], "rows": [["7"]]}]},
-      "edit": {"kind": "control"}}, "utility": {}, "launchers": {}})");
-  for (const char* procedure : {"SPCI_PROPCONTI_LOOKUPPROVIDER", "SPCI_PROPCOGE_LOOKUPPROVIDER",
-                                "SPCI_PROPCAUSALI_LOOKUPPROVIDER"})
-    doc["objects"]["db"]["procedures"][procedure] = {
-        {"@LABELS", "Codice|Descrizione"}, {"@QUERY", "SELECT 1 AS Codice, 'x' AS Descrizione"}};
+  Json doc = sweep::world();
   const Json fail = Json::array({failOp});
   if (failObject == "host" || failObject == "db") doc["objects"][failObject]["fail"] = fail;
   if (failObject == "utility") doc["utility"]["fail"] = fail;
   if (failObject.find(".CLSCI_CONNECT") != failObject.npos)
     doc["launchers"][failObject]["fail"] = fail;
   return doc;
-}
-
-/// A plausible argument for a parameter of the registry.
-Json plausible(const ParamInfo& p) {
-  using enum ParamType;
-  if (p.type == Object)
-    return {{"$object", p.typeName == "Connection" || p.name.find("Connessione") != p.name.npos
-                            ? "db"
-                            : "edit"}};
-  return p.type == Boolean   ? Json(false)
-         : p.type == String  ? Json("7")
-         : p.type == Date    ? Json{{"$date", "2026-11-22"}}
-         : p.type == Integer ? Json{{"$integer", 1}}
-                             : Json(1);
 }
 
 struct Outcome {
@@ -69,7 +46,7 @@ struct Outcome {
 Outcome runOnce(const ClassInfo& cls, const MethodInfo& m, const Json& objects) {
   Json doc = objects;
   Json args = Json::array();
-  for (const auto& p : m.params) args.push_back(plausible(p));
+  for (const auto& p : m.params) args.push_back(sweep::plausible(p));
   bool composes = cls.findProperty("Str_Sql") != nullptr;
   Json values = {{"ActiveInterface", {{"$object", "host"}}}};
   if (cls.findProperty("Connessione")) values["Connessione"] = {{"$object", "db"}};
