@@ -5,12 +5,12 @@
 // or a value that the host hands back (company Code, LanguageCode); it is
 // kept when a marker put there turns up in the SQL (a date marker as its
 // literal, for a value taken as a date only). TipoLookupPdC and Segno are
-// typed Long and cannot carry a text. Each kept position is
-// then called once per hostile value, every other value benign, and twice
-// with benign values as the references of tests/sql/hostile.mjs.
+// typed Long and cannot carry a text. Each kept position is then called once
+// per hostile value, every other value benign, and twice with benign values
+// as the references of tests/sql/hostile.mjs.
 // Prints {"hostile": [TEXT...]}, then one JSON object a line:
 //   {"class", "member", "position", "kind": "text" | "bare" | "date", "mode": "off" | "on",
-//    "value": N (index into kHostile) or "7" / "Abc" (a reference),
+//    "value": N (index into that list) or "7" / "Abc" (a reference),
 //    "sql": [TEXT...], "failed": bool, "raised": null | ERROR, "why": TEXT}
 // "sql" holds the texts run on the connection during the call, then Str_Sql
 // when it is not empty; "failed" means Str_Sql came back empty.
@@ -42,10 +42,9 @@ std::vector<std::string> hostileValues() {
                                 "<LINGUA>",
                                 "0 OR 1=1",
                                 "1) OR (1=1",
+                                "",
                                 ""};
-  std::string longText;
-  while (longText.size() < 10000) longText.append("abcdefghij");
-  v.push_back(longText);
+  while (v.back().size() < 10000) v.back().append("abcdefghij");
   return v;
 }
 

@@ -99,8 +99,8 @@ for (const c of lines) {
 }
 
 const count = (map, key) => map.set(key, (map.get(key) ?? 0) + 1);
-const tally = { off: { cases: 0, escapes: new Map(), broken: 0, altered: 0, failed: new Map(), byKind: new Map() },
-                on: { cases: 0, escapes: new Map(), broken: 0, altered: 0, failed: new Map(), byKind: new Map() } };
+const tally = { off: { cases: 0, escapes: new Map(), broken: 0, altered: 0, raised: 0, failed: new Map(), byKind: new Map() },
+                on: { cases: 0, escapes: new Map(), broken: 0, altered: 0, raised: 0, failed: new Map(), byKind: new Map() } };
 const faults = [];
 const positions = new Set();
 const quotedNumbers = new Set();
@@ -137,11 +137,12 @@ for (const cases of groups.values()) {
       verdict = 'held';
     } else if (!refTrees.some((r) => r.length === mine.list.length && same(r))) {
       verdict = 'escape';
-    } else if (kind === 'text' && value !== '') {
+    } else if (kind === 'text') {
       const doubled = value.replace(/[\u02BC\u2018\u2019\uFF07]/g, '$&$&');
       if (!mine.literals.some((l) => l.includes(value) || l.includes(doubled))) verdict = 'altered';
     }
-    if (verdict !== 'held' && verdict !== 'failed') {
+    if (verdict === 'raised') t.raised++;
+    else if (verdict !== 'held' && verdict !== 'failed') {
       count(t.escapes, family);
       count(t.byKind, kind);
       if (verdict === 'broken') t.broken++;
@@ -163,7 +164,8 @@ for (const mode of ['off', 'on']) {
   console.log(`mode ${mode}: ${total(t.escapes)} escapes (${list(t.escapes)}; by position ${list(t.byKind)}; ` +
               `${t.broken} of them texts that no longer parse, ` +
               `${t.altered} values not kept as written), ` +
-              `${total(t.failed)} clean failures (${list(t.failed)})`);
+              `${total(t.failed)} clean failures (${list(t.failed)})` +
+              (t.raised ? `, ${t.raised} errors that reached the caller` : ''));
 }
 for (const q of quotedNumbers) console.log(`quoted number (the mode on refuses a text): ${q}`);
 if (longNames) console.log(`note: the mode on took ${longNames} name(s) longer than the server's 128 characters`);
