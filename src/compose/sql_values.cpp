@@ -40,20 +40,24 @@ bool startsName(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
 }
 
-/// Letters, digits and underscores not starting with a digit, optionally
-/// qualified once: "CI58_CODICE", "T.CI58_CODICE".
+/// Letters, digits and underscores not starting with a digit, at most 128
+/// of them (the longest name a server takes), optionally qualified once:
+/// "CI58_CODICE", "T.CI58_CODICE".
 bool plainIdentifier(std::string_view text) {
-  bool qualified = false, atStart = true;
+  constexpr size_t kLongest = 128;
+  bool qualified = false;
+  size_t length = 0;
   for (char c : text) {
-    if (c == '.' && !atStart && !qualified) {
-      qualified = atStart = true;
-    } else if (startsName(c) || (!atStart && isDigit(c))) {
-      atStart = false;
+    if (c == '.' && length > 0 && !qualified) {
+      qualified = true;
+      length = 0;
+    } else if ((startsName(c) || (length > 0 && isDigit(c))) && length < kLongest) {
+      ++length;
     } else {
       return false;
     }
   }
-  return !atStart;
+  return length > 0;
 }
 
 }  // namespace

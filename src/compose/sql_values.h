@@ -47,8 +47,8 @@ std::string checkedNumber(std::string text, bool hardened, bool decimal = true);
 
 /// A name written unquoted, such as a column chosen by a mask or a code.
 /// Hardened, it must be one of the names the member lists or a plain
-/// identifier (letters, digits and underscores, not starting with a digit,
-/// optionally qualified by one point); anything else raises 13.
+/// identifier (up to 128 letters, digits and underscores, not starting with
+/// a digit, optionally qualified by one point); anything else raises 13.
 struct Name {
   std::string_view text;
   std::span<const std::string_view> listed = {};

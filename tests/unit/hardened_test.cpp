@@ -39,7 +39,9 @@ TEST(HardenedTest, EachPlaceEscapesOrChecksItsValueOnlyWhenHardened) {
   constexpr std::string_view kListed[] = {"A DESC"};
   for (const char* name : {"CI58_CODICE", "T.COL_1", "A DESC"})
     EXPECT_EQ(written(true, Name{name, kListed}), name);
-  for (const char* name : {"1A", "A.", "A.B.C", "A DESC, B", "X; DROP TABLE X --"}) {
+  EXPECT_NO_THROW(written(true, Name{std::string(128, 'A')}));
+  for (const std::string& name : std::vector<std::string>{
+           "1A", "A.", "A.B.C", "A DESC, B", "X; DROP TABLE X --", std::string(129, 'A')}) {
     EXPECT_EQ(written(false, Name{name}), name);
     EXPECT_THROW(written(true, Name{name, kListed}), AutomationError) << name;
   }
