@@ -19,6 +19,9 @@ set -u
 build=$(cd "$1" && pwd) || exit 2
 cd "$build/com" || exit 2
 export WINEPREFIX="$build/prefix" WINEDEBUG=-all
+# One server for the whole script: a `wine reg` started as an idle server
+# shuts down can find none and print nothing, which read as a missing key.
+wineserver -p
 progids="Brelvane.CLSCI_LOOKUP Brelvane.CLSCI_DECODE Brelvane.CLSCI_CONNECT Brelvane.Settings"
 dll=$(winepath -w "$build/com/brelvane.dll")
 tlb=$(winepath -w "$build/com/brelvane.tlb")
