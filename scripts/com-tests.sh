@@ -56,7 +56,7 @@ export WINEPREFIX="$root/build-com/prefix" WINEDEBUG=-all
 trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
 # One server for every step: a `wine` started while an idle server shuts
 # down can fail without a word.
-wineserver -p
+mkdir -p "$WINEPREFIX" && wineserver -p
 register() {  # brelvane.dll, and of the stand-ins' DLL only the test host
   wineboot -i >/dev/null 2>&1
   wine regsvr32 /s "$(winepath -w build-com/com/brelvane.dll)" &&

@@ -21,7 +21,7 @@ cd "$build/com" || exit 2
 export WINEPREFIX="$build/prefix" WINEDEBUG=-all
 # One server for the whole script: a `wine reg` started as an idle server
 # shuts down can find none and print nothing, which read as a missing key.
-wineserver -p
+mkdir -p "$WINEPREFIX" && wineserver -p
 progids="Brelvane.CLSCI_LOOKUP Brelvane.CLSCI_DECODE Brelvane.CLSCI_CONNECT Brelvane.Settings"
 dll=$(winepath -w "$build/com/brelvane.dll")
 tlb=$(winepath -w "$build/com/brelvane.tlb")
