@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace brelvane::cli {
@@ -83,6 +84,40 @@ Variant parseValue(std::string_view text, const ObjectSource& objects) {
   double fraction = 0;
   if (readFraction(text, fraction)) return Variant(fraction);
   return Variant(text);
+}
+
+std::optional<std::string> commandLineText(const Variant& v) {
+  switch (v.type()) {
+    case VarType::Empty:
+      return "empty";
+    case VarType::Null:
+      return "null";
+    case VarType::Missing:
+      return "missing";
+    case VarType::Boolean:
+      return v.boolean() ? "true" : "false";
+    case VarType::Integer:
+      return "integer:" + std::to_string(static_cast<int>(v.number()));
+    case VarType::Long:
+      return std::to_string(static_cast<long long>(v.number()));
+    case VarType::Double: {
+      std::ostringstream out;
+      out << "double:" << v.number();
+      return out.str();
+    }
+    case VarType::Date:
+      return "date:" + v.date().iso();
+    case VarType::String: {
+      const std::string& s = v.string();
+      Variant back = parseValue(s);
+      if (!s.empty() && back.isString() && back.string() == s) return s;
+      return "text:" + s;
+    }
+    case VarType::Object:
+    case VarType::Array:
+      break;
+  }
+  return std::nullopt;
 }
 
 std::string describe(const Variant& value, const standins::Names& names) {

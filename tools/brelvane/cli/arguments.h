@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,10 @@ using ObjectSource = std::function<std::shared_ptr<Dispatch>(std::string_view na
 /// `objects` knows; any other word is a String. Raises std::invalid_argument
 /// for a prefixed form whose value does not read.
 Variant parseValue(std::string_view text, const ObjectSource& objects = {});
+
+/// The command-line form parseValue reads back as the same type and value;
+/// nothing for an object or an array, which have none.
+std::optional<std::string> commandLineText(const Variant& value);
 
 /// A value for a reader: True/False, plain numbers, "quoted" texts, dates
 /// as YYYY-MM-DD, Empty, Null, Missing, Nothing, objects by name and arrays

@@ -18,39 +18,10 @@ namespace {
 
 using standins::Json;
 
-/// A value as `brelvane call` reads it back: the same type and value.
+/// A value as `brelvane call` reads it back; an object's place takes the
+/// demo's own object of that kind.
 std::string argumentText(const Variant& v, const ParamInfo& p) {
-  switch (v.type()) {
-    case VarType::Empty:
-      return "empty";
-    case VarType::Null:
-      return "null";
-    case VarType::Missing:
-      return "missing";
-    case VarType::Boolean:
-      return v.boolean() ? "true" : "false";
-    case VarType::Integer:
-      return "integer:" + std::to_string(static_cast<int>(v.number()));
-    case VarType::Long:
-      return std::to_string(static_cast<long long>(v.number()));
-    case VarType::Double: {
-      std::ostringstream out;
-      out << "double:" << v.number();
-      return out.str();
-    }
-    case VarType::Date:
-      return "date:" + v.date().iso();
-    case VarType::String: {
-      const std::string& s = v.string();
-      Variant back = parseValue(s);
-      if (!s.empty() && back.isString() && back.string() == s) return s;
-      return "text:" + s;
-    }
-    case VarType::Object:
-    case VarType::Array:
-      break;
-  }
-  // An object's place: the demo's own object of that kind.
+  if (auto text = commandLineText(v)) return *text;
   return p.typeName == "Connection" ? "connection" : "control";
 }
 
@@ -62,10 +33,10 @@ std::vector<std::string> plainArguments(const MethodInfo& m) {
     if (p.optional) break;
     switch (p.type) {
       case ParamType::Boolean:
-        args.emplace_back("false");
+        args.push_back(argumentText(Variant(false), p));
         break;
       case ParamType::Integer:
-        args.emplace_back("integer:1");
+        args.push_back(argumentText(Variant(int16_t{1}), p));
         break;
       case ParamType::Long:
       case ParamType::Double:
@@ -74,7 +45,7 @@ std::vector<std::string> plainArguments(const MethodInfo& m) {
         args.emplace_back("1");
         break;
       case ParamType::Date:
-        args.emplace_back("date:2024-01-31");
+        args.push_back(argumentText(Variant(Date::parse("2024-01-31")), p));
         break;
       case ParamType::Object:
         args.push_back(argumentText(Variant::nothing(), p));

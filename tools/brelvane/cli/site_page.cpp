@@ -1,6 +1,8 @@
 // The style sheet, the search script and the text helpers of the pages.
 #include "cli/site_page.h"
 
+#include <utility>
+
 #include "cli/tsql.h"
 
 namespace brelvane::cli::site {
@@ -79,37 +81,23 @@ std::string lower(std::string text) {
   return text;
 }
 
+/// The CSS class of a token of that kind; null for a plain one.
+const char* classOf(tsql::Kind kind) {
+  static constexpr std::pair<tsql::Kind, const char*> kClasses[] = {
+      {tsql::Kind::Keyword, "kw"}, {tsql::Kind::Function, "fn"}, {tsql::Kind::Object, "obj"},
+      {tsql::Kind::String, "str"}, {tsql::Kind::Number, "num"},  {tsql::Kind::Variable, "var"},
+      {tsql::Kind::Comment, "cm"}};
+  for (const auto& [k, cls] : kClasses)
+    if (k == kind) return cls;
+  return nullptr;
+}
+
 /// The composed text, highlighted; the text content of the <pre> is the
 /// text itself (the newline after <pre> is not part of it).
 std::string sqlBlock(std::string_view sql) {
   std::string out = "<pre class=\"sql\">\n";
   for (const tsql::Token& t : tsql::tokenize(sql)) {
-    const char* cls = nullptr;
-    switch (t.kind) {
-      case tsql::Kind::Keyword:
-        cls = "kw";
-        break;
-      case tsql::Kind::Function:
-        cls = "fn";
-        break;
-      case tsql::Kind::Object:
-        cls = "obj";
-        break;
-      case tsql::Kind::String:
-        cls = "str";
-        break;
-      case tsql::Kind::Number:
-        cls = "num";
-        break;
-      case tsql::Kind::Variable:
-        cls = "var";
-        break;
-      case tsql::Kind::Comment:
-        cls = "cm";
-        break;
-      default:
-        break;
-    }
+    const char* cls = classOf(t.kind);
     if (cls)
       out.append("<span class=\"").append(cls).append("\">").append(esc(t.text)).append("</span>");
     else
