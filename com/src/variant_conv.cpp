@@ -7,6 +7,7 @@
 #include "adapters.h"
 #include "server_object.h"
 #include "text.h"
+#include "vtable_layout.h"
 
 namespace brelvane::com {
 
@@ -274,27 +275,10 @@ bool writeBack(const Variant& value, VARIANT& slot) {
   }
 }
 
-VARTYPE vartypeOf(ParamType type) {
-  switch (type) {
-    case ParamType::Boolean:
-      return VT_BOOL;
-    case ParamType::Integer:
-      return VT_I2;
-    case ParamType::Long:
-      return VT_I4;
-    case ParamType::Double:
-      return VT_R8;
-    case ParamType::String:
-      return VT_BSTR;
-    case ParamType::Date:
-      return VT_DATE;
-    case ParamType::Object:
-      return VT_DISPATCH;
-    case ParamType::Variant:
-      break;
-  }
-  return VT_VARIANT;
-}
+VARTYPE vartypeOf(ParamType type) { return abiTypeOf(type).code; }
+static_assert(VT_BOOL == 11 && VT_I2 == 2 && VT_I4 == 3 && VT_R8 == 5 && VT_BSTR == 8 &&
+                  VT_DATE == 7 && VT_DISPATCH == 9 && VT_VARIANT == 12,
+              "abiTypeOf's codes are the platform's VARTYPE values");
 
 bool coerceArgument(VARIANT& value, ParamType type) {
   const VARTYPE current = value.vt & ~VT_BYREF;

@@ -25,28 +25,33 @@ std::vector<VtableEntry> vtableOf(const ClassInfo& info, std::string_view owner)
   return out;
 }
 
-AbiType abiTypeOf(const ParamInfo& p, bool isEnumeration) {
-  if (isEnumeration) return {"VT_I4", "LONG"};
-  if (passedAsVariant(p)) return {"VT_VARIANT", "VARIANT"};
-  switch (p.type) {
+AbiType abiTypeOf(ParamType type) {
+  // The codes are the platform's VARTYPE values; variant_conv.cpp checks
+  // them against its header.
+  switch (type) {
     case ParamType::Boolean:
-      return {"VT_BOOL", "VARIANT_BOOL"};
+      return {11, "VT_BOOL", "VARIANT_BOOL"};
     case ParamType::Integer:
-      return {"VT_I2", "SHORT"};
+      return {2, "VT_I2", "SHORT"};
     case ParamType::Long:
-      return {"VT_I4", "LONG"};
+      return {3, "VT_I4", "LONG"};
     case ParamType::Double:
-      return {"VT_R8", "DOUBLE"};
+      return {5, "VT_R8", "DOUBLE"};
     case ParamType::String:
-      return {"VT_BSTR", "BSTR"};
+      return {8, "VT_BSTR", "BSTR"};
     case ParamType::Date:
-      return {"VT_DATE", "DATE"};
+      return {7, "VT_DATE", "DATE"};
     case ParamType::Object:
-      return {"VT_DISPATCH", "IDispatch*"};
+      return {9, "VT_DISPATCH", "IDispatch*"};
     case ParamType::Variant:
       break;
   }
-  return {"VT_VARIANT", "VARIANT"};
+  return {12, "VT_VARIANT", "VARIANT"};
+}
+
+AbiType abiTypeOf(const ParamInfo& p, bool isEnumeration) {
+  if (isEnumeration) return abiTypeOf(ParamType::Long);
+  return abiTypeOf(passedAsVariant(p) ? ParamType::Variant : p.type);
 }
 
 }  // namespace brelvane::com

@@ -35,12 +35,18 @@ inline bool passedAsVariant(const ParamInfo& p) {
   return p.optional && p.defaultValue.isMissing();
 }
 
-/// How a value crosses the vtable: its automation type's name ("VT_I2") and
-/// C type ("short"). An enumeration crosses as a long.
+/// How a value of a declared type crosses COM: its automation type's code
+/// (VARTYPE), name ("VT_I2") and C type ("SHORT"). The one statement of the
+/// mapping: the type library, the event arguments, the coercion of
+/// arguments and the generated slots all read it.
 struct AbiType {
+  std::uint16_t code;
   const char* vt;
   const char* c;
 };
+AbiType abiTypeOf(ParamType type);
+/// The same for a parameter: an enumeration crosses as a long, and an
+/// optional one without a default as a VARIANT.
 AbiType abiTypeOf(const ParamInfo& p, bool isEnumeration);
 
 }  // namespace brelvane::com
