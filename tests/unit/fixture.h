@@ -47,20 +47,6 @@ struct World {
   }
 };
 
-/// The captions of an Arr_Fields array, checking its shape on the way.
-inline std::vector<std::string> captions(const Variant& fields) {
-  std::vector<std::string> out;
-  const SafeArray& a = fields.array();
-  EXPECT_EQ(a.dimensions(), 2u);
-  EXPECT_EQ(a.bounds()[0], (Bound{0, 1}));
-  EXPECT_EQ(a.bounds()[1].lower, 0);
-  for (int32_t c = 0; c <= a.bounds()[1].upper; ++c) {
-    out.push_back(a.at({0, c}).string());
-    EXPECT_EQ(a.at({1, c}), Variant("")) << "column " << c;
-  }
-  return out;
-}
-
 /// Joins lines with CR LF after each, the way composed SQL is laid out.
 inline std::string lines(std::initializer_list<std::string_view> parts) {
   std::string out;
