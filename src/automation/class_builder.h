@@ -195,6 +195,16 @@ class ClassBuilder {
     return rows(table, form(std::move(fn), std::move(params)));
   }
 
+  /// The members of a constexpr table whose rows each give their own C++
+  /// signature: `Form::template method<kTable, I>()` is the callable of row
+  /// I and `Form::params(row)` its parameters. Named, documented and added
+  /// in table order as above.
+  template <const auto& kTable, class Form>
+  ClassBuilder& rows() {
+    addRowsOf<kTable, Form>(std::make_index_sequence<std::size(kTable)>{});
+    return *this;
+  }
+
   ClassBuilder& event(std::string name, std::vector<ParamInfo> params = {}) {
     info_.events.push_back({std::move(name), std::move(params)});
     return *this;
@@ -271,13 +281,25 @@ class ClassBuilder {
     else
       specs = form.params(row);
     using Sig = detail::CallableSignature<T, decltype(form.fn)>;
-    using R = typename Sig::Result;
-    if (specs.size() + 1 != Sig::arity)
+    addRowOf(row,
+             detail::bindRow<T>(form.fn, row, static_cast<typename Sig::Args*>(nullptr),
+                                static_cast<typename Sig::Result*>(nullptr)),
+             std::move(specs), form.nameSuffix, form.docSuffix);
+  }
+
+  template <const auto& kTable, class Form, size_t... I>
+  void addRowsOf(std::index_sequence<I...>) {
+    (addRowOf(kTable[I], Form::template method<kTable, I>(), Form::params(kTable[I])), ...);
+  }
+
+  /// Adds `fn`, a method of the row's arguments, as the row's member.
+  template <class Row, class F>
+  void addRowOf(const Row& row, F fn, std::vector<ParamSpec> specs,
+                std::string_view nameSuffix = {}, std::string_view docSuffix = {}) {
+    if (specs.size() != detail::CallableSignature<T, F>::arity)
       throw std::logic_error("row " + std::string(row.name) + ": one parameter per argument");
-    add(std::string(row.name) + std::string(form.nameSuffix),
-        detail::bindRow<T>(form.fn, row, static_cast<typename Sig::Args*>(nullptr),
-                           static_cast<R*>(nullptr)),
-        std::span<ParamSpec>(specs), std::string(row.doc) + std::string(form.docSuffix));
+    add(std::string(row.name) + std::string(nameSuffix), std::move(fn), std::span<ParamSpec>(specs),
+        std::string(row.doc) + std::string(docSuffix));
   }
 
   ClassInfo info_;

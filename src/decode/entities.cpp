@@ -96,7 +96,7 @@ constexpr KeyedDecoder kEntityDecoders[] = {
 }  // namespace
 
 void registerEntities(Builder& b) {
-  registerKeyed<kEntityDecoders>(b);
+  b.rows<kEntityDecoders, KeyedForm>();
 }
 
 }  // namespace brelvane::decode

@@ -3,8 +3,8 @@
 // each written as one row of a table. A row gives the member's parameters,
 // the descriptor's result column and the query's lines; a line is a literal
 // text, optionally followed by one inserted value and a literal tail. One
-// function composes any row, and `registerKeyed` registers a whole table,
-// each member with the automation types its parameters declare.
+// function composes any row; `Builder::rows` with `KeyedForm` registers a
+// whole table, each member with the automation types its parameters declare.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "decode/frame.h"
 
@@ -162,30 +163,28 @@ KeyedArg keyedArg(const V& value) {
             }};
 }
 
-template <const auto& kRows, size_t I, size_t... P>
-void registerKeyedRow(Builder& b, std::index_sequence<P...>) {
-  constexpr const KeyedDecoder& row = kRows[I];
-  static_assert(row.insertsNoControl(), "a keyed line inserts a control");
-  b.method(std::string(row.name),
-           member([](Frame& f, typename KindOf<row.params[P].kind>::type... args) {
-             const KeyedArg values[] = {keyedArg<kRows[I].params[P].kind>(args)...};
-             keyedDecode(f, kRows[I], values);
-           }),
-           {arg(std::string(row.params[P].name))...}, std::string(row.doc));
-}
-
-template <const auto& kRows, size_t... I>
-void registerKeyedRows(Builder& b, std::index_sequence<I...>) {
-  (registerKeyedRow<kRows, I>(b, std::make_index_sequence<kRows[I].arity()>{}), ...);
-}
-
 }  // namespace detail
 
-/// Registers every row of `kRows` (a constexpr array of KeyedDecoder) in
-/// table order.
-template <const auto& kRows>
-void registerKeyed(Builder& b) {
-  detail::registerKeyedRows<kRows>(b, std::make_index_sequence<std::size(kRows)>{});
-}
+/// How Builder::rows registers a table of KeyedDecoder: each row a method
+/// whose C++ parameters are its kinds' types, so the registry declares them.
+///   b.rows<kSingleTables, KeyedForm>();
+struct KeyedForm {
+  template <const auto& kRows, size_t I>
+  static auto method() {
+    static_assert(kRows[I].insertsNoControl(), "a keyed line inserts a control");
+    return []<size_t... P>(std::index_sequence<P...>) {
+      return member([](Frame& f, typename KindOf<kRows[I].params[P].kind>::type... args) {
+        const KeyedArg values[] = {detail::keyedArg<kRows[I].params[P].kind>(args)...};
+        keyedDecode(f, kRows[I], values);
+      });
+    }
+    (std::make_index_sequence<kRows[I].arity()>{});
+  }
+  static std::vector<ParamSpec> params(const KeyedDecoder& row) {
+    std::vector<ParamSpec> out;
+    for (size_t p = 0; p < row.arity(); ++p) out.push_back(arg(std::string(row.params[p].name)));
+    return out;
+  }
+};
 
 }  // namespace brelvane::decode

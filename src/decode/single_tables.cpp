@@ -196,7 +196,7 @@ constexpr KeyedDecoder kSingleTables[] = {
 }  // namespace
 
 void registerSingleTables(Builder& b) {
-  registerKeyed<kSingleTables>(b);
+  b.rows<kSingleTables, KeyedForm>();
 }
 
 }  // namespace brelvane::decode
