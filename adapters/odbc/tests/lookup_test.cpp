@@ -15,27 +15,19 @@ using ::testing::StartsWith;
 
 /// A host whose message catalogue holds the proposal caption, and whose
 /// company answers the defaults.
-class CaptionHost final : public HostInterface, public HostContext, public MessageService {
- public:
-  std::shared_ptr<HostContext> Context() override { return {shared(), this}; }
+struct CaptionHost final : HostInterface,
+                           HostContext,
+                           MessageService,
+                           std::enable_shared_from_this<CaptionHost> {
+  std::shared_ptr<HostContext> Context() override { return {shared_from_this(), this}; }
   Variant InstallationSetting() override { return {}; }
-  std::shared_ptr<MessageService> Messages() override { return {shared(), this}; }
+  std::shared_ptr<MessageService> Messages() override { return {shared_from_this(), this}; }
   std::shared_ptr<HostCompany> Company() override { return nullptr; }
   std::string GetMessageText(int32_t id, const SafeArray&) override {
     return id == 74716 ? "Proposte del provider" : "[" + std::to_string(id) + "]";
   }
   std::string PrepareSqlText(const std::string& text) override { return text; }
-  std::weak_ptr<CaptionHost> self;
-
- private:
-  std::shared_ptr<CaptionHost> shared() { return self.lock(); }
 };
-
-std::shared_ptr<HostInterface> captionHost() {
-  auto host = std::make_shared<CaptionHost>();
-  host->self = host;
-  return host;
-}
 
 class LookupOverOdbc : public OdbcTest {
  protected:
@@ -49,7 +41,7 @@ class LookupOverOdbc : public OdbcTest {
   /// A new instance on `connection`: its commands bind to that connection.
   void fresh(const std::shared_ptr<OdbcConnection>& connection) {
     lookup = factory.createAs<CLSCI_LOOKUP>(CLSCI_LOOKUP::kProgId);
-    lookup->ActiveInterface = captionHost();
+    lookup->ActiveInterface = std::make_shared<CaptionHost>();
     lookup->Connessione = connection;
   }
 
@@ -73,46 +65,36 @@ class LookupOverOdbc : public OdbcTest {
   std::shared_ptr<CLSCI_LOOKUP> lookup;
 };
 
-struct Proposal {
-  const char* method;
-  Variant company;
-  const char* labels;  ///< as the procedure answers for provider 7
-  const char* prefix;
-};
-
-const Proposal kProposals[] = {
-    {"ProposteContiPerProvider", int16_t{1}, "Code|Description", "Lkp_PropProv_"},
-    {"ProposteContiPerProvider2", int32_t{70000}, "Code|Description|", "Lkp_PropProv_"},
-    {"ProposteCogePerProvider", int16_t{1}, "Ledger account|Description", "Lkp_PropProv_"},
-    {"ProposteCogePerProvider2", int32_t{1}, "Ledger account|Description", "Lkp_PropProv_"},
-    {"ProposteCausaliPerProvider", int16_t{1}, "", "Lkp_PropProvCaus_"},
-    {"ProposteCausaliPerProvider2", int32_t{1}, "", "Lkp_PropProvCaus_"},
-};
-
 TEST_F(LookupOverOdbc, ProposalsTakeTheirDefinitionFromTheDatabase) {
-  for (const auto& p : kProposals) {
+  struct Proposal {
+    const char *method, *procedure;
+    Variant company;
+    std::vector<std::string> captions;  ///< as the procedure answers for provider 7
+  };
+  const Proposal proposals[] = {
+      {"ProposteContiPerProvider", "accounts", int16_t{1}, {"Code", "Description"}},
+      {"ProposteContiPerProvider2", "accounts", int32_t{70000}, {"Code", "Description", ""}},
+      {"ProposteCogePerProvider", "ledger", int16_t{1}, {"Ledger account", "Description"}},
+      {"ProposteCogePerProvider2", "ledger", int32_t{1}, {"Ledger account", "Description"}},
+      {"ProposteCausaliPerProvider", "causals", int16_t{1}, {""}},
+      {"ProposteCausaliPerProvider2", "causals", int32_t{1}, {""}},
+  };
+  for (const auto& p : proposals) {
     SCOPED_TRACE(p.method);
     call(p.method, {p.company, int16_t{7}});
     // The procedure's answer, straight from the table it reads.
-    auto answer = rows(std::string("SELECT labels, query FROM proposal_answers WHERE company = ") +
-                       toText(p.company) + " AND provider = 7 AND labels = '" + p.labels + "'");
-    ASSERT_EQ(answer.size(), 1u);
-    EXPECT_EQ(lookup->Str_Sql, answer[0][1].string());
-    std::vector<std::string> expected;
-    std::string labels = p.labels;
-    for (size_t from = 0;;) {
-      size_t bar = labels.find('|', from);
-      expected.push_back(labels.substr(from, bar - from));
-      if (bar == std::string::npos) break;
-      from = bar + 1;
-    }
-    EXPECT_THAT(captions(), ElementsAreArray(expected));
+    EXPECT_EQ(rows(std::string("SELECT query FROM proposal_answers WHERE procedure_name = '") +
+                   p.procedure + "' AND company = " + toText(p.company) + " AND provider = 7"),
+              (Rows{{lookup->Str_Sql}}));
+    EXPECT_THAT(captions(), ElementsAreArray(p.captions));
     EXPECT_EQ(lookup->Str_Caption, "Proposte del provider 7");
-    EXPECT_EQ(lookup->IDLookup, Variant(std::string(p.prefix) + "7"));
-    // The composed SQL is the database's own: it runs there, one field per caption.
+    EXPECT_EQ(lookup->IDLookup,
+              Variant(p.captions[0].empty() ? "Lkp_PropProvCaus_7" : "Lkp_PropProv_7"));
+    // The composed SQL is the database's own: it runs there, one field per
+    // caption.
     auto listed = rows(lookup->Str_Sql);
     ASSERT_FALSE(listed.empty());
-    EXPECT_EQ(listed[0].size(), expected.size());
+    EXPECT_EQ(listed[0].size(), p.captions.size());
   }
 }
 
@@ -126,7 +108,8 @@ TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
     call("ProposteContiPerProvider", {int16_t{1}, int16_t{8}});
     EXPECT_THAT(captions(), ElementsAre(p + "Code"));
     EXPECT_EQ(lookup->Str_Sql,
-              "SELECT code FROM proposal_accounts WHERE company = 1 AND provider = 8");
+              "SELECT code FROM proposal_accounts WHERE "
+              "company = 1 AND provider = 8");
     EXPECT_EQ(lookup->IDLookup, Variant("Lkp_PropProv_8"));
     call("ProposteContiPerProvider2", {int32_t{70000}, int16_t{7}});
     EXPECT_THAT(captions(), ElementsAre(p + "Code", "Description", ""));
@@ -134,30 +117,20 @@ TEST_F(LookupOverOdbc, OneInstanceReusesItsCommandAcrossProviders) {
 }
 
 TEST_F(LookupOverOdbc, DatabaseFailuresLeaveAnEmptySqlAndRaiseNothing) {
-  // Each case on a fresh instance, whose command binds to its connection.
-  auto fails = [&](const std::shared_ptr<OdbcConnection>& connection, int16_t provider) {
-    fresh(connection);
+  auto closed = connect(connectionString());
+  closed->Close();
+  const std::pair<const char*, std::shared_ptr<OdbcConnection>> cases[] = {
+      {"no labels to read as text", db},
+      {"a syntax error inside the procedure", connect(connectionSearching("faulty, public"))},
+      {"a missing procedure", connect(connectionSearching("empty"))},
+      {"a closed connection", closed}};
+  for (const auto& [why, connection] : cases) {
+    SCOPED_TRACE(why);
+    fresh(connection);  // a fresh instance, whose command binds to its connection
     lookup->Str_Sql = "not yet";
-    EXPECT_NO_THROW(call("ProposteContiPerProvider", {int16_t{1}, provider}));
+    EXPECT_NO_THROW(
+        call("ProposteContiPerProvider", {int16_t{1}, int16_t(connection == db ? 9 : 7)}));
     EXPECT_EQ(lookup->Str_Sql, "");
-  };
-  {
-    SCOPED_TRACE("no labels to read as text");
-    fails(db, 9);
-  }
-  {
-    SCOPED_TRACE("a syntax error inside the procedure");
-    fails(connect(connectionSearching("faulty, public")), 7);
-  }
-  {
-    SCOPED_TRACE("a missing procedure");
-    fails(connect(connectionSearching("empty")), 7);
-  }
-  {
-    SCOPED_TRACE("a closed connection");
-    auto closed = connect(connectionString());
-    closed->Close();
-    fails(closed, 7);
   }
 }
 
@@ -165,15 +138,10 @@ TEST_F(LookupOverOdbc, TheBridgeReraisesTheDriversErrorUnderItsName) {
   // Its query is in the company database's dialect (TOP, WITH (NOLOCK)),
   // which the test database rejects as a syntax error.
   std::vector<Variant> args{Variant(db), int32_t{1}, "R1", int16_t{1}};
-  std::string sqlstate;
-  try {
-    lookup->invoke("GetNumregCoanFromNumregCoge", args);
-    ADD_FAILURE() << "the bridge returned instead of raising";
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number, kDriverError);
-    EXPECT_EQ(e.source, "GetNumregCoanFromNumregCoge:\r\nODBC");
-    EXPECT_THAT(e.description, StartsWith("SQLSTATE 42601: "));
-  }
+  AutomationError e = raised([&] { lookup->invoke("GetNumregCoanFromNumregCoge", args); });
+  EXPECT_EQ(e.number, kDriverError);
+  EXPECT_EQ(e.source, "GetNumregCoanFromNumregCoge:\r\nODBC");
+  EXPECT_THAT(e.description, StartsWith("SQLSTATE 42601: "));
   // Mode 2 answers without the connection, even a closed one.
   db->Close();
   std::vector<Variant> mode2{Variant(db), int32_t{1}, "ABC", int16_t{2}};

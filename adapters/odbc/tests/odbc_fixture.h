@@ -23,6 +23,8 @@ inline std::string connectionSearching(const std::string& searchPath) {
   return connectionString() + "ConnSettings=SET search_path TO " + searchPath + ";";
 }
 
+using Rows = std::vector<std::vector<Variant>>;
+
 class OdbcTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -32,18 +34,14 @@ class OdbcTest : public ::testing::Test {
   }
 
   /// The rows of a query, each as its fields by index.
-  std::vector<std::vector<Variant>> rows(const std::string& sql) {
-    std::vector<std::vector<Variant>> out;
-    auto rs = db->Execute(sql, ado::kCmdText);
-    for (; !rs->Eof(); rs->MoveNext()) {
+  Rows rows(const std::string& sql) {
+    Rows out;
+    for (auto rs = db->Execute(sql, ado::kCmdText); !rs->Eof(); rs->MoveNext()) {
       out.emplace_back();
-      for (int32_t i = 0;; ++i) {
-        try {
-          out.back().push_back(rs->Field(i));
-        } catch (const AutomationError& e) {
-          if (e.number != kItemNotFound) throw;
-          break;
-        }
+      try {
+        for (int32_t i = 0;; ++i) out.back().push_back(rs->Field(i));
+      } catch (const AutomationError& e) {
+        if (e.number != kItemNotFound) throw;
       }
     }
     return out;
