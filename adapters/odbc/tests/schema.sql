@@ -66,24 +66,24 @@ INSERT INTO proposal_answers VALUES
   ('accounts', 1, 9, NULL, 'SELECT 1');
 
 -- The three proposal procedures, with the parameter names of the company
--- database. A function with OUT parameters is what this database's driver
--- calls with the ODBC call escape; a company and provider without an answer
+-- database: as functions with OUT parameters, which this database's driver
+-- calls with the ODBC call escape, and in schema procs as PROCEDUREs, their
+-- answers read by CALL from INOUT parameters declared in another order and
+-- their captions starting "proc:". A company and provider without an answer
 -- give Null outputs.
-CREATE FUNCTION spci_propconti_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
-                                              OUT "@LABELS" varchar, OUT "@QUERY" varchar)
-  LANGUAGE sql STABLE AS $$
-  SELECT labels, query FROM proposal_answers
-  WHERE procedure_name = 'accounts' AND company = $1 AND provider = $2 $$;
-CREATE FUNCTION spci_propcoge_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
-                                             OUT "@LABELS" varchar, OUT "@QUERY" varchar)
-  LANGUAGE sql STABLE AS $$
-  SELECT labels, query FROM proposal_answers
-  WHERE procedure_name = 'ledger' AND company = $1 AND provider = $2 $$;
-CREATE FUNCTION spci_propcausali_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
-                                                OUT "@LABELS" varchar, OUT "@QUERY" varchar)
-  LANGUAGE sql STABLE AS $$
-  SELECT labels, query FROM proposal_answers
-  WHERE procedure_name = 'causals' AND company = $1 AND provider = $2 $$;
+CREATE SCHEMA procs;
+DO $do$ DECLARE r record; BEGIN
+  FOR r IN VALUES ('conti', 'accounts'), ('coge', 'ledger'), ('causali', 'causals') LOOP
+    EXECUTE format($f$CREATE FUNCTION spci_prop%s_lookupprovider("@DITTA" integer,
+      "@PROVIDER" smallint, OUT "@LABELS" varchar, OUT "@QUERY" varchar) LANGUAGE sql STABLE
+      AS $b$ SELECT labels, query FROM proposal_answers
+      WHERE procedure_name = %L AND company = $1 AND provider = $2 $b$$f$, r.column1, r.column2);
+    EXECUTE format($f$CREATE PROCEDURE procs.spci_prop%s_lookupprovider(INOUT "@QUERY" varchar,
+      "@PROVIDER" smallint, INOUT "@LABELS" varchar, "@DITTA" integer) LANGUAGE sql AS $b$
+      SELECT query, 'proc:' || labels FROM public.proposal_answers
+      WHERE procedure_name = %L AND company = $4 AND provider = $2 $b$$f$, r.column1, r.column2);
+  END LOOP;
+END $do$;
 
 -- A procedure of every parameter kind and direction, for the command tests.
 -- Its names have no "@": the adapter matches "@LONG_IN" to long_in.
@@ -96,33 +96,15 @@ CREATE FUNCTION echo_kinds(small_in smallint, long_in integer, double_in double 
          day_in + interval '1 day', NOT flag_in, double_in * 2
 $$;
 
--- Stand-ins that fail inside: a connection whose search path starts with
--- this schema finds them before the good ones, and the database raises a
--- syntax error while running them.
+-- Found first by a connection whose search path starts with faulty: a
+-- function with a syntax error inside, a procedure that raises an error. In
+-- empty, the name is neither a procedure nor a function.
 CREATE SCHEMA faulty;
 CREATE FUNCTION faulty.spci_propconti_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
                                                      OUT "@LABELS" varchar, OUT "@QUERY" varchar)
   LANGUAGE plpgsql AS $$ BEGIN EXECUTE 'SELEC 1'; END $$;
--- A schema without the procedures: a connection searching only there
--- misses them.
-CREATE SCHEMA empty;
-
--- The three proposal procedures as PROCEDUREs, their answers read by CALL
--- from INOUT parameters declared in another order. A connection whose
--- search path starts with this schema finds them; their captions start
--- with "proc:" to tell them from the functions'.
-CREATE SCHEMA procs;
-DO $do$ DECLARE r record; BEGIN
-  FOR r IN VALUES ('conti', 'accounts'), ('coge', 'ledger'), ('causali', 'causals') LOOP
-    EXECUTE format($f$CREATE PROCEDURE procs.spci_prop%s_lookupprovider(INOUT "@QUERY" varchar,
-      "@PROVIDER" smallint, INOUT "@LABELS" varchar, "@DITTA" integer) LANGUAGE sql AS $b$
-      SELECT query, 'proc:' || labels FROM public.proposal_answers
-      WHERE procedure_name = %L AND company = $4 AND provider = $2 $b$$f$, r.column1, r.column2);
-  END LOOP;
-END $do$;
--- A procedure that raises an error, and a name that is neither a procedure
--- nor a function.
 CREATE PROCEDURE faulty.spci_propcoge_lookupprovider("@DITTA" integer, "@PROVIDER" smallint,
                                                      INOUT "@LABELS" varchar, INOUT "@QUERY" varchar)
   LANGUAGE plpgsql AS $$ BEGIN RAISE EXCEPTION 'no proposals for provider %', "@PROVIDER"; END $$;
+CREATE SCHEMA empty;
 CREATE TABLE empty.spci_propcoge_lookupprovider (id integer);
