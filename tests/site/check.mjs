@@ -1,26 +1,19 @@
-// The reference site as a user sees it, in headless Chromium, checked
-// against the tool and an independent T-SQL parser (sqlparser-rs, MsSql):
-// every member is there; the search for a table leaves the members whose
-// SQL reads it; a deep link scrolls to its member; the SQL shown is the SQL
-// composed; the where-used sets are the parser's; the grants cover exactly
-// what is read.
-//
+// The reference site in headless Chromium, against the tool and the T-SQL
+// parser: every member is there; the search for a table leaves its readers;
+// a deep link scrolls to its member; the SQL shown is the SQL composed; the
+// where-used sets are the parser's; the grants cover exactly what is read.
 // Usage: node check.mjs TOOL OUTDIR   (writes OUTDIR/site and a screenshot)
 import { execFileSync, spawnSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { init, parse } from '@guanmingchiu/sqlparser-ts';
 import puppeteer from 'puppeteer-core';
+import { defectsOf, repaired } from '../sql/deliberate.mjs';
 
 const [tool, outDir] = process.argv.slice(2);
 const site = `${outDir}/site`;
 const run = (...args) => execFileSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 26 });
 let failures = 0;
-const check = (ok, what) => {
-  if (!ok) {
-    failures++;
-    console.log(`FAIL ${what}`);
-  }
-};
+const check = (ok, what) => ok || (failures++, console.log(`FAIL ${what}`));
 const same = (a, b) => JSON.stringify([...a].sort()) === JSON.stringify([...b].sort());
 
 const started = performance.now();
@@ -32,8 +25,11 @@ check(expected.length === 127, `127 members listed, not ${expected.length}`);
 
 // --- What the parser reads in each member's texts, from `call --json`.
 await init();
-const deliberate = JSON.parse(readFileSync(new URL('../sql/deliberate.json', import.meta.url)));
 const builtins = new Set(['ISNULL', 'PATINDEX', 'COUNT', 'MAX', 'MIN', 'SUM', 'LEN', 'RTRIM', 'LTRIM']);
+const reads = () => ({ tables: new Set(), tableFunctions: new Set(), functions: new Set(), columns: new Set() });
+const agrees = (what, tokenizer, parser) => Object.keys(parser).forEach((k) =>
+  check(tokenizer && same(tokenizer[k], parser[k]), `${what}: ${k} of the tokenizer ` +
+    `${JSON.stringify(tokenizer?.[k])} are not the parser's ${JSON.stringify([...parser[k]])}`));
 const nameOf = (parts) => parts.map((p) => p.Identifier.value).join('.').replace(/^dbo\./i, '');
 
 function readsOf(sql, cls, member) {
@@ -41,13 +37,9 @@ function readsOf(sql, cls, member) {
   try {
     tree = parse(sql, 'mssql');
   } catch {
-    // A text invalid on purpose is read once its listed defects are repaired.
-    for (const d of deliberate.filter((d) => d.member === member && (!d.class || d.class === cls)))
-      if (d.repair.every(([from]) => sql.includes(from)))
-        for (const [from, to] of d.repair) sql = sql.split(from).join(to);
-    tree = parse(sql, 'mssql');
+    tree = parse(repaired(sql, defectsOf(cls, member, sql)), 'mssql');  // invalid on purpose
   }
-  const r = { tables: new Set(), tableFunctions: new Set(), functions: new Set(), columns: new Set() };
+  const r = reads();
   (function walk(node) {
     if (Array.isArray(node)) return node.forEach(walk);
     if (!node || typeof node !== 'object') return;
@@ -92,7 +84,7 @@ for (const c of classes) {
   for (const s of sections) {
     const key = `${c.progId}.${s.id}`;
     onPage.push(key);
-    const union = { tables: new Set(), tableFunctions: new Set(), functions: new Set(), columns: new Set() };
+    const union = reads();
     const mine = index.members.find((m) => `${m.class}.${m.member}` === key);
     let n = 0;
     const procedures = new Set();
@@ -109,23 +101,16 @@ for (const c of classes) {
         texts++;
         const r = readsOf(sql, c.progId, s.id);
         const tokenizer = mine?.texts[n++];
-        for (const k of Object.keys(union)) {
-          r[k].forEach((name) => union[k].add(name));
-          check(tokenizer && same(tokenizer[k], r[k]), `${key}, text ${n}: ${k} of the tokenizer ` +
-            `${JSON.stringify(tokenizer?.[k])} are not the parser's ${JSON.stringify([...r[k]])}`);
-        }
+        for (const k of Object.keys(union)) r[k].forEach((name) => union[k].add(name));
+        agrees(`${key}, text ${n}`, tokenizer, r);
       }
     }
     check(mine && mine.texts.length === n, `${key}: the site reads ${mine?.texts.length} texts, the calls give ${n}`);
     if (union.tables.has('PC04_NATURECOSTI')) readersOfTable.add(key);
-    union.tables.forEach((n) => parserObjects.SELECT.add(n));
-    union.tableFunctions.forEach((n) => parserObjects.SELECT.add(n));
-    union.functions.forEach((n) => parserObjects.EXECUTE.add(n));
-    procedures.forEach((n) => parserObjects.EXECUTE.add(n));
+    [...union.tables, ...union.tableFunctions].forEach((n) => parserObjects.SELECT.add(n));
+    [...union.functions, ...procedures].forEach((n) => parserObjects.EXECUTE.add(n));
     check(mine && same(mine.procedures, procedures), `${key}: procedures ${JSON.stringify(mine?.procedures)}`);
-    for (const k of Object.keys(union))
-      check(mine && same(mine[k], union[k]), `${key}: ${k} of the tokenizer ${JSON.stringify(mine?.[k])} ` +
-        `are not the parser's ${JSON.stringify([...union[k]])}`);
+    agrees(key, mine, union);
   }
 }
 check(same(onPage, expected), `the class pages show ${onPage.length} members, not the 127 listed`);
@@ -163,8 +148,7 @@ const grants = run('site', '--grants', 'app_reader').split('\n').filter(Boolean)
 const granted = { SELECT: [], EXECUTE: [] };
 for (const g of grants) {
   const m = /^GRANT (SELECT|EXECUTE) ON (\S+) TO \[app_reader\];$/.exec(g);
-  check(m !== null, `unexpected grant: ${g}`);
-  if (m) granted[m[1]].push(m[2]);
+  if (check(m !== null, `unexpected grant: ${g}`)) granted[m[1]].push(m[2]);
   try {
     check(parse(g, 'mssql')[0].Grant !== undefined, `not a GRANT: ${g}`);
   } catch (e) {

@@ -9,6 +9,7 @@
 // one. Exit status 1 when any other text is invalid.
 import { readFileSync } from 'node:fs';
 import { init, parse } from '@guanmingchiu/sqlparser-ts';
+import { defectsOf, deliberate, repaired } from './deliberate.mjs';
 
 await init();
 
@@ -41,7 +42,6 @@ function problem(sql) {
   return null;
 }
 
-const deliberate = JSON.parse(readFileSync(new URL('./deliberate.json', import.meta.url)));
 const texts = readFileSync(0, 'utf8').split('\n').filter(Boolean).map((line) => JSON.parse(line));
 
 let invalid = 0, listed = 0, checked = 0;
@@ -49,28 +49,18 @@ const used = new Set();
 for (const t of texts) {
   checked++;
   const reason = problem(t.sql);
-  const entries = deliberate.filter((d) => d.member === t.member && (!d.class || d.class === t.class));
-  const matching = entries.filter((d) => d.repair.every(([from]) => t.sql.includes(from)));
   if (reason === null) continue;
-  if (matching.length === 0) {
-    invalid++;
-    console.log(`INVALID ${t.class} ${t.member} (${t.file}, step ${t.step}, ${t.kind}): ${reason}`);
-    console.log(t.sql.replace(/\r\n/g, '\n'));
-    continue;
-  }
+  const matching = defectsOf(t.class, t.member, t.sql);
   // Repair every listed defect of the member: what remains must parse.
-  let repaired = t.sql;
-  for (const d of matching) {
-    used.add(d);
-    for (const [from, to] of d.repair) repaired = repaired.split(from).join(to);
-  }
-  const left = problem(repaired);
-  if (left !== null) {
-    invalid++;
-    console.log(`INVALID ${t.class} ${t.member} (${t.file}, step ${t.step}) beyond its listed defects: ${left}`);
-    console.log(repaired.replace(/\r\n/g, '\n'));
-  } else {
+  const left = matching.length ? problem(repaired(t.sql, matching)) : reason;
+  matching.forEach((d) => used.add(d));
+  if (left === null) {
     listed++;
+  } else {
+    invalid++;
+    console.log(`INVALID ${t.class} ${t.member} (${t.file}, step ${t.step}, ${t.kind})` +
+      `${matching.length ? ' beyond its listed defects' : ''}: ${left}`);
+    console.log(repaired(t.sql, matching).replace(/\r\n/g, '\n'));
   }
 }
 for (const d of deliberate)
