@@ -1,8 +1,7 @@
-// Collects every SQL text the golden scenarios produce: each Str_Sql left by
-// a call (read by a step added right after it) and each text run through a
-// stand-in connection's Execute. Prints one JSON object a line:
+// Collects every SQL text the golden scenarios produce, for tests/sql/check.mjs:
+// each Str_Sql left by a call (read by a step added right after it, which is
+// pure) and each text run through a stand-in connection's Execute. Prints:
 //   {"file", "step", "class", "member", "kind": "Str_Sql" | "Execute", "sql"}
-// for the independent parser check (tests/sql/check.mjs).
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -28,8 +27,6 @@ int main(int argc, char** argv) {
       continue;
     }
     doc = brelvane::cli::expandSharedValues(doc);  // steps may be shared values too
-    // Each call gets a read of Str_Sql right after it; the read is pure, so
-    // the scenario runs as before.
     Json steps = Json::array();
     std::map<std::string, std::string> classOf;  // scenario name -> ProgID
     struct Origin {
@@ -72,9 +69,9 @@ int main(int argc, char** argv) {
     };
     for (const auto& s : result["steps"]) {
       size_t step = s["step"];
-      if (s["op"] == "get" && origin.count(step) && s["values"].contains("Str_Sql") &&
-          s["values"]["Str_Sql"].is_string() && !s["values"]["Str_Sql"].get<std::string>().empty())
-        emit(step, "Str_Sql", s["values"]["Str_Sql"]);
+      Json sql = s.value("values", Json::object()).value("Str_Sql", Json());
+      if (s["op"] == "get" && origin.count(step) && sql.is_string() && sql != "")
+        emit(step, "Str_Sql", sql);
     }
     for (const auto& e : result["log"]) {
       size_t step = e["step"];

@@ -1,13 +1,10 @@
-// Hostile values against every value that reaches the SQL of the lookup and
-// decoder classes, both modes. The members come from the registry; each one
-// is called on the fault sweep's healthy stand-ins with plausible arguments.
-// A position is a String or Variant argument, a String or Variant property,
-// or a value that the host hands back (company Code, LanguageCode); it is
-// kept when a marker put there turns up in the SQL (a date marker as its
-// literal, for a value taken as a date only). TipoLookupPdC and Segno are
-// typed Long and cannot carry a text. Each kept position is then called once
-// per hostile value, every other value benign, and twice with benign values
-// as the references of tests/sql/hostile.mjs.
+// Hostile values in every position that reaches the SQL of the lookup and
+// decoder classes, both modes, each member called on the fault sweep's
+// healthy stand-ins with plausible arguments. A position (a String or
+// Variant argument or property, or the host's company Code or LanguageCode)
+// is kept when a marker put there turns up in the SQL, or for a date, its
+// literal. Each kept position is called once per hostile value and with the
+// benign references "7" and "Abc" (tests/sql/hostile.mjs judges them).
 // Prints {"hostile": [TEXT...]}, then one JSON object a line:
 //   {"class", "member", "position", "kind": "text" | "bare" | "date", "mode": "off" | "on",
 //    "value": N (index into that list) or "7" / "Abc" (a reference),
@@ -55,15 +52,9 @@ struct Position {
   size_t index = 0;  // of the argument
 };
 
-struct Outcome {
-  std::vector<std::string> sql;
-  bool failed = false;
-  Json raised;
-  std::string why;  // what the diagnostics hook was told last
-};
-
-Outcome call(const ClassInfo& cls, const MethodInfo& m, const Position& at, const Json& value,
-             bool harden) {
+/// {"sql", "failed", "raised", "why"} of a call; "why": what the diagnostics hook was told last.
+Json call(const ClassInfo& cls, const MethodInfo& m, const Position& at, const Json& value,
+          bool harden) {
   Json doc = sweep::world();
   doc["harden"] = harden;
   if (at.where == Where::Host) doc["objects"]["host"]["company"][at.name] = value;
@@ -82,37 +73,37 @@ Outcome call(const ClassInfo& cls, const MethodInfo& m, const Position& at, cons
   steps.push_back({{"call", "it"}, {"method", m.name}, {"args", args}});
   steps.push_back({{"get", "it"}, {"properties", {"Str_Sql"}}});
 
-  Outcome o;
-  auto previous = setDiagnosticsHook([&o](const SwallowedError& e) { o.why = e.description; });
+  Json o = {{"sql", Json::array()}, {"failed", false}, {"raised", nullptr}, {"why", ""}};
+  auto previous = setDiagnosticsHook([&o](const SwallowedError& e) { o["why"] = e.description; });
   std::ostringstream out, err;
   int status = cli::runScenario(doc.dump(), out, err);
   setDiagnosticsHook(std::move(previous));
   if (status == cli::kScenarioInvalid) {
-    o.raised = {{"scenario", err.str()}};
+    o["raised"] = {{"scenario", err.str()}};
     return o;
   }
   Json result = Json::parse(out.str());
   for (const auto& e : result["log"])
     if (e["step"] == callStep && e["op"] == "Execute" && e.contains("sql"))
-      o.sql.push_back(e["sql"]);
-  o.raised = result["steps"][callStep]["error"];
+      o["sql"].push_back(e["sql"]);
+  o["raised"] = result["steps"][callStep]["error"];
   const Json& sql = result["steps"][callStep + 1]["values"]["Str_Sql"];
-  if (sql.is_string() && !sql.get<std::string>().empty())
-    o.sql.push_back(sql);
+  if (sql.is_string() && sql != "")
+    o["sql"].push_back(sql);
   else
-    o.failed = true;
+    o["failed"] = true;
   return o;
 }
 
-bool contains(const Outcome& o, const std::string& marker) {
-  for (const auto& s : o.sql)
-    if (s.find(marker) != std::string::npos) return true;
+bool contains(const Json& o, const std::string& marker) {
+  for (const auto& s : o["sql"])
+    if (s.get<std::string>().find(marker) != std::string::npos) return true;
   return false;
 }
 
 /// Whether every occurrence of `marker` stands inside a quoted literal.
-bool quotedOnly(const Outcome& o, const std::string& marker) {
-  for (const auto& s : o.sql) {
+bool quotedOnly(const Json& o, const std::string& marker) {
+  for (const std::string s : o["sql"]) {
     bool quoted = false;
     for (size_t i = 0; i < s.size(); ++i) {
       if (s[i] == '\'') quoted = !quoted;
@@ -153,33 +144,24 @@ int main() {
     for (const MethodInfo& m : cls.methods) {
       for (const Position& at : positionsOf(cls, m)) {
         if (contains(call(cls, m, at, "7", false), marker)) continue;
-        const Outcome probe = call(cls, m, at, marker, false);
+        const Json probe = call(cls, m, at, marker, false);
         const char* kind = quotedOnly(probe, marker) ? "text" : "bare";
         // A value that reaches the SQL only as a date shows as its literal.
         if (!contains(probe, marker)) {
           if (!contains(call(cls, m, at, "1997-03-31", false), "19970331")) continue;
           kind = "date";
         }
-        std::string position = at.where == Where::Host ? "host." + at.name : at.name;
-        auto emit = [&](bool harden, const Json& value, const Outcome& o) {
-          std::cout << Json{{"class", cls.progId},
-                            {"member", m.name},
-                            {"position", position},
-                            {"kind", kind},
-                            {"mode", harden ? "on" : "off"},
-                            {"value", value},
-                            {"sql", o.sql},
-                            {"failed", o.failed},
-                            {"raised", o.raised},
-                            {"why", o.why}}
-                           .dump()
-                    << '\n';
-        };
+        Json line = {{"class", cls.progId},
+                     {"member", m.name},
+                     {"position", at.where == Where::Host ? "host." + at.name : at.name},
+                     {"kind", kind}};
         for (bool harden : {false, true}) {
-          for (const char* benign : {"7", "Abc"})
-            emit(harden, benign, call(cls, m, at, benign, harden));
-          for (size_t v = 0; v < hostile.size(); ++v)
-            emit(harden, v, call(cls, m, at, hostile[v], harden));
+          line["mode"] = harden ? "on" : "off";
+          for (size_t v = 0; v < hostile.size() + 2; ++v) {  // the references "7" and "Abc" first
+            line["value"] = v < 2 ? Json(v ? "Abc" : "7") : Json(v - 2);
+            line.update(call(cls, m, at, v < 2 ? line["value"] : Json(hostile[v - 2]), harden));
+            std::cout << line.dump() << '\n';
+          }
         }
       }
     }
