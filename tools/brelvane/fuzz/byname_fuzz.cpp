@@ -1,9 +1,8 @@
-// Fuzzes the three classes by name: random members of random classes with
-// random arguments (every Variant kind, huge and odd texts, objects, arrays,
-// missing ones) on stand-ins that fail at random. The only errors allowed to
-// reach the caller are those of the call itself (unknown member, argument
-// missing, of the wrong type, out of range, too many) and the registration
-// number bridge's own, raised under its name. Anything else traps.
+// Random members of the three classes with random arguments (every Variant
+// kind, huge and odd texts, objects, arrays, missing ones) on stand-ins that
+// fail at random. Only the call's own errors (argument missing, of the wrong
+// type, out of range, too many) and the registration number bridge's, raised
+// under its name, may reach the caller. Anything else traps.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstddef>
