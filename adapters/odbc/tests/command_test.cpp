@@ -49,7 +49,9 @@ TEST_F(CommandTest, APreparedProcedureAnswersEachExecutionWithItsOwnInputs) {
     command->SetParameter("@PROVIDER", provider);
     command->Execute(ado::kCmdUnspecified);
     EXPECT_EQ(command->GetParameter("@LABELS"), labels) << toText(provider);
-    if (!company.isNull()) EXPECT_EQ(command->GetParameter("@DITTA"), company);
+    if (!company.isNull()) {
+      EXPECT_EQ(command->GetParameter("@DITTA"), company);
+    }
   }
 }
 
