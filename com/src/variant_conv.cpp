@@ -275,7 +275,9 @@ bool writeBack(const Variant& value, VARIANT& slot) {
   }
 }
 
-VARTYPE vartypeOf(ParamType type) { return abiTypeOf(type).code; }
+VARTYPE vartypeOf(ParamType type) {
+  return abiTypeOf(type).code;
+}
 static_assert(VT_BOOL == 11 && VT_I2 == 2 && VT_I4 == 3 && VT_R8 == 5 && VT_BSTR == 8 &&
                   VT_DATE == 7 && VT_DISPATCH == 9 && VT_VARIANT == 12,
               "abiTypeOf's codes are the platform's VARTYPE values");
