@@ -1,12 +1,19 @@
-// Reads the registered type library back through ITypeInfo and compares it
-// with the registry it describes (registerBrelvane) and with the table of
-// dispatch identifiers. Both sides become the same lines of text, one per
-// enumeration, coclass, interface and function: names, dispatch identifier
-// and invoke kind, parameter names, types by their automation names ("Long*"
-// by reference, an enumeration by its name), flags, defaults, result and
-// help string; a line of one side missing from the other is a disagreement.
-// Run after registering the server; prints one line per disagreement and
-// exits 0 only when there is none.
+// The registered type library read back, in two ways; run after registering
+// the server. Prints one line per disagreement; exit 0 only when there is none.
+//
+//   typelib_check        compares the library with the registry it describes
+//     (registerBrelvane) and the table of dispatch identifiers. Both sides
+//     become the same lines of text, one per enumeration, coclass, interface
+//     and function: names, dispatch identifier and invoke kind, parameter
+//     names, types by their automation names ("Long*" by reference, an
+//     enumeration by its name), flags, defaults, result and help string.
+//   typelib_check calls  is a generic early-bound client (the test host
+//     registered too): every function of every class's dual interface is
+//     called through the vtable (DispCallFunc at the FUNCDESC's offset, with
+//     the declared types) on one object and through IDispatch::Invoke on
+//     another, both set up alike on the demo host; the outcome (HRESULT,
+//     result, by-reference outputs) and every property afterwards must agree.
+//     A typed call through the generated header's declarations comes first.
 #include <windows.h>
 
 #include <oleauto.h>
@@ -17,6 +24,8 @@
 #include <wrl/client.h>
 
 #include "brelvane/brelvane.h"
+#include "brelvane_com.h"
+#include "client.h"
 #include "dispids.h"
 #include "identity.h"
 #include "settings.h"
@@ -24,7 +33,6 @@
 
 using namespace brelvane;
 using namespace brelvane::com;
-using Microsoft::WRL::ComPtr;
 using Lines = std::set<std::string>;
 using Strings = std::vector<std::string>;
 
@@ -251,9 +259,218 @@ Lines libraryLines(ITypeLib* lib) {
   return out;
 }
 
-}  // namespace
 
-int main() {
+// ---- Every vtable function against Invoke --------------------------------------
+
+/// A value as text: arrays element by element, objects by presence.
+std::string text(const VARIANT& v) {
+  VARIANT s;
+  VariantInit(&s);
+  std::string t;
+  if (v.vt & VT_BYREF) {
+    VariantCopyInd(&s, const_cast<VARIANT*>(&v));
+    t = text(s);
+  } else if (v.vt & VT_ARRAY) {
+    VARIANT* items = nullptr;
+    SafeArrayAccessData(v.parray, reinterpret_cast<void**>(&items));
+    ULONG n = 1;
+    for (UINT d = 0; d < v.parray->cDims; ++d) n *= v.parray->rgsabound[d].cElements;
+    t = "[";
+    for (ULONG i = 0; i < n; ++i) t += text(items[i]) + "|";
+    SafeArrayUnaccessData(v.parray);
+    t += "]";
+  } else if (v.vt == VT_DISPATCH || v.vt == VT_UNKNOWN) {
+    t = v.punkVal ? "<object>" : "<nothing>";
+  } else {
+    t = std::to_string(v.vt) + ":";
+    if (SUCCEEDED(VariantChangeType(&s, const_cast<VARIANT*>(&v), 0, VT_BSTR)))
+      t += fromBstr(s.bstrVal);
+  }
+  VariantClear(&s);
+  return t;
+}
+
+/// The type a parameter crosses the vtable with: an enumeration is a long.
+VARTYPE abiType(const TYPEDESC& t) {
+  if (t.vt == VT_PTR) return VT_BYREF | abiType(*t.lptdesc);
+  return t.vt == VT_USERDEFINED ? VARTYPE(VT_I4) : t.vt;
+}
+
+/// A plausible argument of a type, the same for both calls.
+VARIANT argument(VARTYPE vt, IDispatch* host, bool optional) {
+  VARIANT v;
+  VariantInit(&v);
+  v.vt = vt;
+  if (vt == VT_I2) v.iVal = 1;
+  if (vt == VT_I4) v.lVal = 1;
+  if (vt == VT_R8) v.dblVal = 1.5;
+  if (vt == VT_DATE) v.date = 46348;  // 2026-11-22
+  if (vt == VT_BOOL) v.boolVal = VARIANT_FALSE;
+  if (vt == VT_BSTR) v.bstrVal = SysAllocString(L"7");
+  if (vt == VT_DISPATCH) v.pdispVal = host, host->AddRef();
+  if (vt == VT_VARIANT && optional) v.vt = VT_ERROR, v.scode = DISP_E_PARAMNOTFOUND;
+  if (vt == VT_VARIANT && !optional) v.vt = VT_I4, v.lVal = 1;
+  return v;
+}
+
+struct Outcome {
+  HRESULT hr;
+  std::string values;
+};
+
+struct Calls {
+  IDispatch* host;
+  int functions = 0, differences = 0, succeeded = 0;
+
+  /// Calls `f` on `object` by its vtable slot or by Invoke.
+  Outcome call(IDispatch* object, const FUNCDESC* f, bool vtable) {
+    const bool retval =
+        f->cParams > 0 &&
+        (f->lprgelemdescParam[f->cParams - 1].paramdesc.wParamFlags & PARAMFLAG_FRETVAL);
+    const int inputs = f->cParams - (retval ? 1 : 0);
+    std::vector<VARIANT> values(f->cParams), cells(f->cParams);
+    std::vector<VARIANT*> pointers;
+    std::vector<VARTYPE> types;
+    for (int i = 0; i < f->cParams; ++i) {
+      const ELEMDESC& e = f->lprgelemdescParam[i];
+      const VARTYPE t = abiType(e.tdesc), base = t & ~VT_BYREF;
+      if (i < inputs)
+        cells[i] = argument(base, host, e.paramdesc.wParamFlags & PARAMFLAG_FOPT);
+      else  // the result: empty, of its own type
+        VariantInit(&cells[i]), cells[i].vt = base;
+      values[i] = cells[i];
+      if (t & VT_BYREF)  // the argument is a pointer to the cell's value
+        values[i].vt = t, values[i].byref = base == VT_VARIANT ? static_cast<void*>(&cells[i])
+                                                               : static_cast<void*>(&cells[i].llVal);
+      types.push_back(t), pointers.push_back(&values[i]);
+    }
+    Outcome o{};
+    VARIANT r;
+    VariantInit(&r);
+    if (vtable) {
+      o.hr = DispCallFunc(object, f->oVft, CC_STDCALL, VT_ERROR, f->cParams, types.data(),
+                          pointers.data(), &r);
+      if (SUCCEEDED(o.hr)) o.hr = r.scode;
+    } else {
+      std::vector<VARIANT> reversed(values.rbegin() + (retval ? 1 : 0), values.rend());
+      DISPID put = DISPID_PROPERTYPUT;
+      DISPPARAMS p{reversed.data(), nullptr, static_cast<UINT>(inputs), 0};
+      if (f->invkind & (INVOKE_PROPERTYPUT | INVOKE_PROPERTYPUTREF))
+        p.rgdispidNamedArgs = &put, p.cNamedArgs = 1;
+      EXCEPINFO ex{};
+      o.hr = object->Invoke(f->memid, IID_NULL, 0, static_cast<WORD>(f->invkind), &p,
+                            retval ? &r : nullptr, &ex, nullptr);
+      if (o.hr == DISP_E_EXCEPTION) o.hr = ex.scode;
+      SysFreeString(ex.bstrSource), SysFreeString(ex.bstrDescription),
+          SysFreeString(ex.bstrHelpFile);
+      if (retval && SUCCEEDED(o.hr)) {  // as the vtable would hand it back
+        const VARTYPE base = types.back() & ~VT_BYREF;
+        if (base != VT_VARIANT && !(base == VT_DISPATCH && r.vt == VT_EMPTY))
+          VariantChangeType(&r, &r, VARIANT_ALPHABOOL, base);
+        if (base == VT_VARIANT || r.vt == base) VariantClear(&cells.back()), cells.back() = r;
+      }
+    }
+    if (SUCCEEDED(o.hr))
+      for (int i = 0; i < f->cParams; ++i)
+        if (types[i] & VT_BYREF) o.values += text(cells[i]) + ";";
+    for (auto& c : cells) VariantClear(&c);
+    return o;
+  }
+
+  void run(const std::string& progId, ITypeInfo* info) {
+    TypeAttr t(info);
+    const FUNCDESC* putRef = nullptr;
+    std::vector<FUNCDESC*> descs(t.attr->cFuncs);
+    for (UINT i = 0; i < t.attr->cFuncs; ++i) {
+      info->GetFuncDesc(i, &descs[i]);
+      if (descs[i]->invkind == INVOKE_PROPERTYPUTREF &&
+          nameOf(info, descs[i]->memid) == "ActiveInterface")
+        putRef = descs[i];
+    }
+    for (FUNCDESC* f : descs) {
+      if (f->funckind != FUNC_PUREVIRTUAL) continue;
+      ++functions;
+      Outcome o[2];
+      std::string after[2];
+      for (int k = 0; k < 2; ++k) {
+        ComPtr<IDispatch> object = create(progId);
+        if (putRef) call(object.Get(), putRef, k == 0);  // the host, as every object
+        o[k] = call(object.Get(), f, k == 0);
+        for (FUNCDESC* g : descs)  // every property read the same way after the call
+          if (g->invkind == INVOKE_PROPERTYGET) {
+            Outcome read = call(object.Get(), g, k == 0);
+            after[k] += std::to_string(read.hr) + "=" + read.values + " ";
+          }
+      }
+      succeeded += SUCCEEDED(o[0].hr);
+      if (o[0].hr != o[1].hr || o[0].values != o[1].values || after[0] != after[1]) {
+        ++differences;
+        std::printf("DIFF %s.%s (kind %d): vtable 0x%08lx %s | Invoke 0x%08lx %s\n",
+                    progId.c_str(), nameOf(info, f->memid).c_str(), f->invkind,
+                    static_cast<unsigned long>(o[0].hr), o[0].values.c_str(),
+                    static_cast<unsigned long>(o[1].hr), o[1].values.c_str());
+      }
+    }
+    for (FUNCDESC* f : descs) info->ReleaseFuncDesc(f);
+  }
+};
+
+/// Through the header: the lookup of cost natures, its SQL read back both ways.
+bool typedCall(IDispatch* host) {
+  ComPtr<_CLSCI_LOOKUP> lookup;
+  BSTR typed = nullptr;
+  VARIANT late;
+  VariantInit(&late);
+  DISPID sqlId;
+  LPOLESTR sqlName = const_cast<LPOLESTR>(L"Str_Sql");
+  DISPPARAMS none{};
+  const bool held =
+      SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
+                                 IID__CLSCI_LOOKUP, &lookup)) &&
+      SUCCEEDED(lookup->putref_ActiveInterface(host)) && SUCCEEDED(lookup->NatureCosti()) &&
+      SUCCEEDED(lookup->get_Str_Sql(&typed)) && SysStringLen(typed) > 0 &&
+      SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
+      SUCCEEDED(lookup->Invoke(sqlId, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &late, nullptr,
+                               nullptr)) &&
+      late.vt == VT_BSTR && std::wstring(typed) == late.bstrVal;
+  SysFreeString(typed);
+  VariantClear(&late);
+  std::printf("%s a typed call through brelvane_com.h\n", held ? "ok  " : "FAIL");
+  return held;
+}
+
+int calls() {
+  ComPtr<ITypeLib> lib;
+  ComPtr<IDispatch> host = create("BrelvaneTest.DemoHost");
+  if (FAILED(LoadRegTypeLib(LIBID_Brelvane, 1, 0, 0, &lib)) || !host)
+    return std::printf("FAIL the type library or the test host is not registered\n"), 1;
+  Calls check{host.Get()};
+  check.differences += !typedCall(host.Get());
+  int classes = 0;
+  for (UINT i = 0; i < lib->GetTypeInfoCount(); ++i) {
+    ComPtr<ITypeInfo> coclass, view, dual;
+    TYPEKIND kind;
+    lib->GetTypeInfoType(i, &kind);
+    if (kind != TKIND_COCLASS || FAILED(lib->GetTypeInfo(i, &coclass))) continue;
+    const std::string progId = "Brelvane." + nameOf(coclass.Get());
+    HREFTYPE ref;
+    // The default interface as the coclass lists it is the dispatch view of
+    // the dual interface; -1 reaches the interface with the vtable.
+    if (SUCCEEDED(coclass->GetRefTypeOfImplType(0, &ref)) &&
+        SUCCEEDED(coclass->GetRefTypeInfo(ref, &view)) &&
+        SUCCEEDED(view->GetRefTypeOfImplType(static_cast<UINT>(-1), &ref)) &&
+        SUCCEEDED(view->GetRefTypeInfo(ref, &dual)))
+      ++classes, check.run(progId, dual.Get());
+    else
+      ++check.differences, std::printf("FAIL %s has no dual interface\n", progId.c_str());
+  }
+  std::printf(
+      "early binding: %d classes, %d vtable functions (%d succeed), %d differ from Invoke\n",
+      classes, check.functions, check.succeeded, check.differences);
+  return classes == 4 && check.differences == 0 && check.functions > 0 ? 0 : 1;
+}
+
+int compare() {
   std::set<std::pair<std::string, DISPID>> ids;
   for (const auto& row : dispIdRows()) {
     const std::string owner(row.owner), where = owner + "." + std::string(row.member);
@@ -296,4 +513,13 @@ int main() {
   }
   std::printf("typelib_check: %d checks, %d failures\n", checks, failures);
   return failures == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CoInitialize(nullptr);
+  const int status = argc == 2 && std::string(argv[1]) == "calls" ? calls() : compare();
+  CoUninitialize();
+  return status;
 }
