@@ -4,13 +4,13 @@
 // once the client lets go, no object of the DLL is alive, the objects the
 // client handed in are released, and the DLL may be unloaded.
 //
-//   brelvane_com_client_check.exe [CONFIG METHODS]
+//   brelvane_com_client_check.exe [SCENARIO METHODS]
 //
-// With the launch scenario's stand-ins (CONFIG, of com/tests/launch) and its
-// launch methods (METHODS, one a line) it first runs a host's sequence on
-// each method from C++ (a script host under Wine keeps every class object it
-// creates an object with, so it cannot tell), and the stand-ins' DLL must
-// then be unloadable too. Prints PASS and FAIL lines; exit 1 on any failure.
+// Given the launch scenario and its launch methods (one a line) it first
+// runs a host's sequence on each method from C++ (a script host under Wine
+// keeps every class object it creates an object with, so it cannot tell),
+// and the stand-ins' DLL must then be unloadable too. Prints PASS and FAIL
+// lines; exit 1 on any failure.
 #include <windows.h>
 
 #include <ocidl.h>
@@ -20,11 +20,10 @@
 #include <vector>
 
 #include "adapters.h"
+#include "client.h"
 #include "identity.h"
-#include "late_bound.h"
 #include "module.h"
 #include "server_object.h"
-#include "text.h"
 
 using namespace brelvane;
 using com::ComPtr;
@@ -79,12 +78,8 @@ struct Sink final : IDispatch {
 };
 
 ComPtr<IDispatch> create(const char* progId) {
-  CLSID clsid;
-  ComPtr<IDispatch> object;
-  if (FAILED(CLSIDFromProgID(com::widen(progId).c_str(), &clsid)) ||
-      FAILED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &object)))
-    throw AutomationError::of(err::kCannotCreate, progId);
-  return object;
+  if (auto object = com::create(progId)) return object;
+  throw AutomationError::of(err::kCannotCreate, progId);
 }
 
 /// An event raised through the caller's own VARIANTs (`lastFirst`).
@@ -153,13 +148,13 @@ void lifetime() {
 
 /// The launch scenario's sequence of a host on each launch method, with a
 /// lookup over the stand-in connection's commands on the same host.
-void launches(const char* config, const char* methods) {
+void launches(const char* scenario, const char* methods) {
   LateBound sb(create("BrelvaneTest.Standins"));
   auto object = [&](const char* name) {
     Variant arg[] = {Variant(name)};
     return sb.call("Object", arg);
   };
-  Variant load[] = {Variant(config)};
+  Variant load[] = {Variant(scenario)};
   sb.call("Load", load);
   int launched = 0, count = 0;
   std::ifstream list(methods);
