@@ -1,11 +1,10 @@
-// brelvane_launcher_standin.dll, for the tests under Wine only (never
-// installed). The launchers, the utility object and "ADODB.Command" are the
-// tools' recording stand-ins behind brelvane.dll's own bridge, so a call
-// through COM is recorded by the code that records it natively.
-// "BrelvaneTest.DemoHost" is the demo host of `brelvane call`.
-// "BrelvaneTest.Standins" loads a scenario's stand-ins, hands them out, keeps
-// the step results a script reports and writes them with the log as
-// `brelvane run` does.
+// brelvane_launcher_standin.dll, for the tests under Wine only: the tools'
+// recording stand-ins (launchers, utility object, "ADODB.Command") behind
+// brelvane.dll's own bridge, so a call through COM is recorded by the code
+// that records it natively; "BrelvaneTest.DemoHost", the demo host of
+// `brelvane call`; and "BrelvaneTest.Standins", which loads a scenario's
+// stand-ins, hands them out and writes the step results a script reports
+// with the log, as `brelvane run` does.
 #include <windows.h>
 
 #include <olectl.h>
@@ -15,13 +14,13 @@
 
 #include "adapters.h"
 #include "brelvane/brelvane.h"
+#include "brelvane/connect/clsci_connect.h"
 #include "com_object.h"
 #include "demo_connection.h"
 #include "demo_host.h"
 #include "dispids.h"
 #include "errors.h"
 #include "host_protocol.h"
-#include "identity.h"
 #include "server_object.h"
 #include "standins/standins.h"
 #include "text.h"
@@ -85,13 +84,10 @@ struct Member {
   size_t arity;
   Variant (*call)(Dispatch&, std::span<Variant>);
 };
-#define MEMBER(NAME, N, T, ...)                                       \
-  {                                                                   \
-    NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
-      auto& o = as<T>(d);                                             \
-      return Variant((__VA_ARGS__));                                  \
-    }                                                                 \
-  }
+#define MEMBER(NAME, N, T, ...) \
+  {NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
+     return Variant(([&](T& o) { return __VA_ARGS__; })(as<T>(d)));  \
+   }}
 const Member kMembers[] = {
     MEMBER(host::kContext, 0, HostInterface, wrap(o.Context())),
     MEMBER(host::kInstallationSetting, 0, HostInterface, o.InstallationSetting()),
@@ -253,14 +249,6 @@ struct EventSink final : com::ComObject<IDispatch> {
 };
 
 void advise(const Variant& source, const std::string& name, const Json& handlers) {
-  static ObjectFactory classes = [] {
-    ObjectFactory f;
-    registerBrelvane(f);
-    return f;
-  }();
-  const ClassInfo* connect = nullptr;
-  for (const auto& e : classes.entries())
-    if (sameName(e.progId, "Brelvane.CLSCI_CONNECT")) connect = e.info;
   IDispatch* peer = source.isObject() && source.object() ? com::peerOf(*source.object()) : nullptr;
   ComPtr<IConnectionPointContainer> container;
   ComPtr<IConnectionPoint> point;
@@ -269,7 +257,8 @@ void advise(const Variant& source, const std::string& name, const Json& handlers
     throw AutomationError(430, "scenario", "the object raises no events");
   if (FAILED(container->FindConnectionPoint(com::kDiidConnectEvents, &point)))
     throw AutomationError(430, "scenario", "no event interface");
-  auto* sink = new EventSink(standins::makeSink(name, handlers, connect, state().log));
+  auto* sink = new EventSink(
+      standins::makeSink(name, handlers, &CLSCI_CONNECT::registration(), state().log));
   DWORD cookie = 0;
   const HRESULT hr = point->Advise(sink, &cookie);
   sink->Release();
