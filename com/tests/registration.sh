@@ -27,9 +27,9 @@ dll=$(winepath -w "$build/com/brelvane.dll")
 tlb=$(winepath -w "$build/com/brelvane.tlb")
 failures=0
 
-report() {  # report NAME STATUS
+report() {  # report NAME STATUS; printf: the paths in a name hold backslashes
   [ "$2" -eq 0 ] && printf 'PASS %s\n' "$1" && return
-  printf 'FAIL %s\n' "$1"  # printf: the paths in a name hold backslashes
+  printf 'FAIL %s\n' "$1"
   failures=$((failures + 1))
 }
 run() { name=$1; shift; "$@" >/dev/null 2>&1; report "$name" $?; }
@@ -45,14 +45,14 @@ create_errors() {  # the error number of CreateObject for each class
   [ "$errors" = "$1" ]
   report "$2 (errors: $errors)" $?
 }
-check_typelib() {  # check_typelib SCOPE: the type library against the registry
+
+# registered SCOPE ROOT: the type library against the registry, and every
+# key of every class as registration writes it
+registered() {
   out=$(wine typelib_check.exe 2>/dev/null)
   status=$?
   [ $status -eq 0 ] || echo "$out" | tr -d '\r' | sed 's/^/    /'
   report "$1: typelib_check" $status
-}
-
-check_keys() {  # check_keys SCOPE ROOT: every key of every class, as registration writes it
   for p in $progids; do
     clsid=$(value "$2\\$p\\CLSID")
     key="$2\\CLSID\\$clsid" lib="HKCR\\TypeLib\\$(value "$2\\CLSID\\$clsid\\TypeLib")\\1.0\\0"
@@ -80,35 +80,35 @@ EOF
   done
 }
 
-check_gone() {  # check_gone SCOPE ROOT: no key of any class is left
+# unregistered SCOPE ROOT REGSVR32-ARGUMENTS...: no key of any class is left
+unregistered() {
+  scope=$1 root=$2
+  shift 2
+  run "$scope: regsvr32 $*" wine regsvr32 /s "$@" brelvane.dll
   left= keys=
   for p in $progids; do keys="$keys $p $p.1"; done
   for c in $clsids; do keys="$keys CLSID\\$c"; done
-  for k in $keys; do exists "$2\\$k" && left="$left $k"; done
+  for k in $keys; do exists "$root\\$k" && left="$left $k"; done
   [ -z "$left" ]
-  report "$1: unregistering removes every key${left:+, left:$left}" $?
+  report "$scope: unregistering removes every key${left:+, left:$left}" $?
   wine typelib_check.exe 2>/dev/null | grep -q "FAIL library: not registered"
-  report "$1: the type library is no longer registered" $?
+  report "$scope: the type library is no longer registered" $?
   clsids=
 }
 
 run "wineboot" wineboot -i
 run "machine: regsvr32" wine regsvr32 /s brelvane.dll
-check_typelib machine
-check_keys machine 'HKLM\Software\Classes'
+registered machine 'HKLM\Software\Classes'
 create_errors "0 0 0 0 " "machine: CreateObject of each class"
-run "machine: regsvr32 /u" wine regsvr32 /s /u brelvane.dll
-check_gone machine 'HKLM\Software\Classes'
+unregistered machine 'HKLM\Software\Classes' /u
 create_errors "429 429 429 429 " "machine: CreateObject raises 429 after"
 
 run "user: regsvr32 /n /i:user" wine regsvr32 /s /n /i:user brelvane.dll
-check_keys user 'HKCU\Software\Classes'
+registered user 'HKCU\Software\Classes'
 machine_keys=0
 for p in $progids; do exists "HKLM\\Software\\Classes\\$p" && machine_keys=1; done
 report "user: no class key per machine" $machine_keys
-check_typelib user
-run "user: regsvr32 /u /n /i:user" wine regsvr32 /s /u /n /i:user brelvane.dll
-check_gone user 'HKCU\Software\Classes'
+unregistered user 'HKCU\Software\Classes' /u /n /i:user
 
 wineserver -k
 echo "registration: $failures failed"
