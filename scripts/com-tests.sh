@@ -4,7 +4,7 @@
 # through its side-by-side manifest (com/tests/regfree), then registers it
 # and the test host (a class of the stand-ins' DLL); runs the VBScript
 # suites of com/tests/comsuite.py against the native tool with each host,
-# the early-bound client (`typelib_check calls`: every vtable function
+# the early-bound client (`brelvane_com_check calls`: every vtable function
 # against Invoke), the launcher, event and database suites and the compiled
 # client check of com/tests/launch/run.sh, and com/tests/registration.sh.
 # Then builds the x86 DLL (build-com32) and writes the release archive
@@ -78,7 +78,7 @@ suites() {
   python3 com/tests/comsuite.py compare build-com/comsuite
 }
 timed "suites" suites | tee build-com/suites.log || status=1
-timed "early binding" wine build-com/com/typelib_check.exe calls || status=1
+timed "early binding" wine build-com/com/brelvane_com_check.exe calls || status=1
 timed "launch, event and database suites, client check" \
   env BRELVANE_NATIVE="$root/$tool" sh com/tests/launch/run.sh build-com |
   tee build-com/launch.log || status=1

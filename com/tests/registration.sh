@@ -1,7 +1,7 @@
 #!/bin/sh
 # Registers brelvane.dll in a private Wine prefix, per machine and then per
 # user, and checks each time the keys regsvr32 wrote, the type library read
-# back by typelib_check.exe, and that unregistering removes them again.
+# back (`brelvane_com_check typelib`), and that unregistering removes them.
 # Per machine it also creates each class with CreateObject (cscript), which
 # must succeed while registered and raise 429 afterwards.
 #
@@ -49,7 +49,7 @@ create_errors() {  # the error number of CreateObject for each class
 # registered SCOPE ROOT: the type library against the registry, and every
 # key of every class as registration writes it
 registered() {
-  out=$(wine typelib_check.exe 2>/dev/null)
+  out=$(wine brelvane_com_check.exe typelib 2>/dev/null)
   status=$?
   [ $status -eq 0 ] || echo "$out" | tr -d '\r' | sed 's/^/    /'
   report "$1: typelib_check" $status
@@ -91,7 +91,7 @@ unregistered() {
   for k in $keys; do exists "$root\\$k" && left="$left $k"; done
   [ -z "$left" ]
   report "$scope: unregistering removes every key${left:+, left:$left}" $?
-  wine typelib_check.exe 2>/dev/null | grep -q "FAIL library: not registered"
+  wine brelvane_com_check.exe typelib 2>/dev/null | grep -q "FAIL library: not registered"
   report "$scope: the type library is no longer registered" $?
   clsids=
 }

@@ -44,7 +44,7 @@ for script in "$out"/*.vbs; do
 done
 
 # The compiled client: events, lifetime, and the launch scenario's sequence from C++.
-wine "$build/com/brelvane_com_client_check.exe" "$(winepath -w "$out/launch.json")" \
+wine "$build/com/brelvane_com_check.exe" client "$(winepath -w "$out/launch.json")" \
   "$(winepath -w "$out/launch.methods")" >"$out/client.txt"
 report "client check" $?
 tr -d '\r' <"$out/client.txt"

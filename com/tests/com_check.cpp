@@ -1,35 +1,41 @@
-// The registered type library read back, in two ways; run after registering
-// the server. Prints one line per disagreement; exit 0 only when there is none.
-//
-//   typelib_check        compares the library with the registry it describes
-//     (registerBrelvane) and the table of dispatch identifiers. Both sides
-//     become the same lines of text, one per enumeration, coclass, interface
-//     and function: names, dispatch identifier and invoke kind, parameter
-//     names, types by their automation names ("Long*" by reference, an
-//     enumeration by its name), flags, defaults, result and help string.
-//   typelib_check calls  is a generic early-bound client (the test host
-//     registered too): every function of every class's dual interface is
-//     called through the vtable (DispCallFunc at the FUNCDESC's offset, with
-//     the declared types) on one object and through IDispatch::Invoke on
-//     another, both set up alike on the demo host; the outcome (HRESULT,
-//     result, by-reference outputs) and every property afterwards must agree.
-//     A typed call through the generated header's declarations comes first.
+// The compiled checks of brelvane.dll under Wine, one mode each; a line per
+// failure, exit 1 on any.
+//   typelib  the registered type library against the registry it describes
+//     and the table of dispatch identifiers, both sides as the same lines:
+//     one per enumeration, coclass, interface and function (names, dispatch
+//     identifier, invoke kind, parameters with their automation types, flags
+//     and defaults, result, help string).
+//   calls  a generic early-bound client (the test host registered too): a
+//     typed call through brelvane_com.h, then every function of every dual
+//     interface through the vtable (DispCallFunc at its FUNCDESC's offset) on
+//     one object and through Invoke on another, both set up alike on the demo
+//     host: HRESULT, result, by-reference outputs and every property after.
+//   client [SCENARIO METHODS]  events through the connection point and
+//     lifetime: once the client lets go, no object of the DLL is alive, what
+//     it handed in is released, and the DLL may be unloaded. Given the launch
+//     scenario and its methods (one a line) it first runs a host's sequence
+//     on each method (a script host under Wine keeps every class object, so
+//     cannot tell), and the stand-ins' DLL must be unloadable too.
 #include <windows.h>
 
+#include <ocidl.h>
 #include <oleauto.h>
 
 #include <cstdio>
+#include <fstream>
 #include <map>
 #include <set>
-#include <wrl/client.h>
+#include <vector>
 
+#include "adapters.h"
 #include "brelvane/brelvane.h"
 #include "brelvane_com.h"
 #include "client.h"
 #include "dispids.h"
 #include "identity.h"
+#include "module.h"
+#include "server_object.h"
 #include "settings.h"
-#include "text.h"
 
 using namespace brelvane;
 using namespace brelvane::com;
@@ -259,7 +265,6 @@ Lines libraryLines(ITypeLib* lib) {
   return out;
 }
 
-
 // ---- Every vtable function against Invoke --------------------------------------
 
 /// A value as text: arrays element by element, objects by presence.
@@ -340,8 +345,9 @@ struct Calls {
         VariantInit(&cells[i]), cells[i].vt = base;
       values[i] = cells[i];
       if (t & VT_BYREF)  // the argument is a pointer to the cell's value
-        values[i].vt = t, values[i].byref = base == VT_VARIANT ? static_cast<void*>(&cells[i])
-                                                               : static_cast<void*>(&cells[i].llVal);
+        values[i].vt = t, values[i].byref = base == VT_VARIANT
+                                                ? static_cast<void*>(&cells[i])
+                                                : static_cast<void*>(&cells[i].llVal);
       types.push_back(t), pointers.push_back(&values[i]);
     }
     Outcome o{};
@@ -405,10 +411,9 @@ struct Calls {
       succeeded += SUCCEEDED(o[0].hr);
       if (o[0].hr != o[1].hr || o[0].values != o[1].values || after[0] != after[1]) {
         ++differences;
-        std::printf("DIFF %s.%s (kind %d): vtable 0x%08lx %s | Invoke 0x%08lx %s\n",
-                    progId.c_str(), nameOf(info, f->memid).c_str(), f->invkind,
-                    static_cast<unsigned long>(o[0].hr), o[0].values.c_str(),
-                    static_cast<unsigned long>(o[1].hr), o[1].values.c_str());
+        std::printf("DIFF %s.%s (kind %d): vtable 0x%08lx %s | Invoke 0x%08lx %s\n", progId.c_str(),
+                    nameOf(info, f->memid).c_str(), f->invkind, static_cast<unsigned long>(o[0].hr),
+                    o[0].values.c_str(), static_cast<unsigned long>(o[1].hr), o[1].values.c_str());
       }
     }
     for (FUNCDESC* f : descs) info->ReleaseFuncDesc(f);
@@ -424,15 +429,15 @@ bool typedCall(IDispatch* host) {
   DISPID sqlId;
   LPOLESTR sqlName = const_cast<LPOLESTR>(L"Str_Sql");
   DISPPARAMS none{};
-  const bool held =
-      SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
-                                 IID__CLSCI_LOOKUP, &lookup)) &&
-      SUCCEEDED(lookup->putref_ActiveInterface(host)) && SUCCEEDED(lookup->NatureCosti()) &&
-      SUCCEEDED(lookup->get_Str_Sql(&typed)) && SysStringLen(typed) > 0 &&
-      SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
-      SUCCEEDED(lookup->Invoke(sqlId, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &late, nullptr,
-                               nullptr)) &&
-      late.vt == VT_BSTR && std::wstring(typed) == late.bstrVal;
+  const bool held = SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
+                                               IID__CLSCI_LOOKUP, &lookup)) &&
+                    SUCCEEDED(lookup->putref_ActiveInterface(host)) &&
+                    SUCCEEDED(lookup->NatureCosti()) && SUCCEEDED(lookup->get_Str_Sql(&typed)) &&
+                    SysStringLen(typed) > 0 &&
+                    SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
+                    SUCCEEDED(lookup->Invoke(sqlId, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &late,
+                                             nullptr, nullptr)) &&
+                    late.vt == VT_BSTR && std::wstring(typed) == late.bstrVal;
   SysFreeString(typed);
   VariantClear(&late);
   std::printf("%s a typed call through brelvane_com.h\n", held ? "ok  " : "FAIL");
@@ -444,8 +449,8 @@ int calls() {
   ComPtr<IDispatch> host = create("BrelvaneTest.DemoHost");
   if (FAILED(LoadRegTypeLib(LIBID_Brelvane, 1, 0, 0, &lib)) || !host)
     return std::printf("FAIL the type library or the test host is not registered\n"), 1;
-  Calls check{host.Get()};
-  check.differences += !typedCall(host.Get());
+  Calls run{host.Get()};
+  run.differences += !typedCall(host.Get());
   int classes = 0;
   for (UINT i = 0; i < lib->GetTypeInfoCount(); ++i) {
     ComPtr<ITypeInfo> coclass, view, dual;
@@ -460,14 +465,14 @@ int calls() {
         SUCCEEDED(coclass->GetRefTypeInfo(ref, &view)) &&
         SUCCEEDED(view->GetRefTypeOfImplType(static_cast<UINT>(-1), &ref)) &&
         SUCCEEDED(view->GetRefTypeInfo(ref, &dual)))
-      ++classes, check.run(progId, dual.Get());
+      ++classes, run.run(progId, dual.Get());
     else
-      ++check.differences, std::printf("FAIL %s has no dual interface\n", progId.c_str());
+      ++run.differences, std::printf("FAIL %s has no dual interface\n", progId.c_str());
   }
   std::printf(
       "early binding: %d classes, %d vtable functions (%d succeed), %d differ from Invoke\n",
-      classes, check.functions, check.succeeded, check.differences);
-  return classes == 4 && check.differences == 0 && check.functions > 0 ? 0 : 1;
+      classes, run.functions, run.succeeded, run.differences);
+  return classes == 4 && run.differences == 0 && run.functions > 0 ? 0 : 1;
 }
 
 int compare() {
@@ -515,11 +520,191 @@ int compare() {
   return failures == 0 ? 0 : 1;
 }
 
+// ---- A compiled client: events and lifetime ---------------------------------
+
+void check(bool ok, const std::string& what) {
+  failures += !ok;
+  std::printf("%s %s\n", ok ? "PASS" : "FAIL", what.c_str());
+}
+
+/// A sink answering events by identifier, as compiled sinks do: it records
+/// them, sets Cancel and the called program of TransferData, replaces the
+/// causal code of ChiusuraSelezioneCausaleCoIn, and may disconnect itself.
+struct Sink final : IDispatch {
+  std::vector<DISPID> seen;
+  VARTYPE cancelType = VT_EMPTY;
+  IConnectionPoint* point = nullptr;  // set: unadvise on the first event
+  DWORD cookie = 0;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+    const bool ours = IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, IID_IDispatch);
+    *out = ours ? this : nullptr;
+    return ours ? S_OK : E_NOINTERFACE;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return 2; }  // lives on the stack
+  ULONG STDMETHODCALLTYPE Release() override { return 1; }
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* n) override { return *n = 0, S_OK; }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* p, VARIANT*,
+                                   EXCEPINFO*, UINT*) override {
+    seen.push_back(id);
+    VARIANT* a = p->rgvarg;          // last first
+    if (id == 1 && p->cArgs == 3) {  // TransferData(Cancel, Data, tsCalledProgram)
+      cancelType = a[2].vt;
+      if (a[2].vt == (VT_BYREF | VT_BOOL)) *a[2].pboolVal = VARIANT_TRUE;
+      if (a[0].vt == (VT_BYREF | VT_I4)) *a[0].plVal = 7;
+    }
+    if (id == 3 && p->cArgs == 1 && a[0].vt == (VT_BYREF | VT_VARIANT)) {
+      VariantClear(a[0].pvarVal);
+      a[0].pvarVal->vt = VT_BSTR;
+      a[0].pvarVal->bstrVal = SysAllocString(L"CAU2");
+    }
+    if (point) point->Unadvise(cookie);
+    return S_OK;
+  }
+};
+
+ComPtr<IDispatch> made(const char* progId) {  // raises 429 when there is none
+  if (auto object = create(progId)) return object;
+  throw AutomationError::of(err::kCannotCreate, progId);
+}
+
+/// An event raised through the caller's own VARIANTs (`lastFirst`).
+HRESULT raise(IDispatch* object, const wchar_t* name, std::vector<VARIANT> lastFirst) {
+  LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
+  DISPID id = DISPID_UNKNOWN;
+  object->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id);
+  DISPPARAMS params{lastFirst.data(), nullptr, UINT(lastFirst.size()), 0};
+  return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params, nullptr,
+                        nullptr, nullptr);
+}
+
+void events() {
+  ComPtr<IDispatch> connect = made("Brelvane.CLSCI_CONNECT");
+  ComPtr<IConnectionPointContainer> container;
+  ComPtr<IConnectionPoint> point;
+  check(SUCCEEDED(connect.As(&container)) &&
+            SUCCEEDED(container->FindConnectionPoint(kDiidConnectEvents, &point)),
+        "CLSCI_CONNECT offers the connection point of __CLSCI_CONNECT");
+  if (!point) return;
+  Sink sink, leaving;
+  DWORD cookie = 0;
+  check(SUCCEEDED(point->Advise(&sink, &cookie)) &&
+            SUCCEEDED(point->Advise(&leaving, &leaving.cookie)),
+        "sinks connect");
+  leaving.point = point.Get();
+
+  VARIANT_BOOL cancel = VARIANT_FALSE;
+  LONG program = 3;
+  VARIANT args[3] = {};  // tsCalledProgram, Data, Cancel
+  args[0].vt = VT_BYREF | VT_I4, args[0].plVal = &program;
+  args[1].vt = VT_I4, args[1].lVal = 42;
+  args[2].vt = VT_BYREF | VT_BOOL, args[2].pboolVal = &cancel;
+  check(SUCCEEDED(raise(connect.Get(), L"TransferData", {args[0], args[1], args[2]})),
+        "TransferData");
+  check(sink.seen == std::vector<DISPID>{1}, "TransferData is event 1");
+  check(sink.cancelType == (VT_BYREF | VT_BOOL), "Cancel reaches a sink as a Boolean by reference");
+  check(cancel == VARIANT_TRUE && program == 7, "the sink's Cancel and program come back");
+
+  VARIANT code = {}, ref = {};
+  code.vt = VT_BSTR, code.bstrVal = SysAllocString(L"CAU1");
+  ref.vt = VT_BYREF | VT_VARIANT, ref.pvarVal = &code;
+  check(SUCCEEDED(raise(connect.Get(), L"ChiusuraSelezioneCausaleCoIn", {ref})) &&
+            code.vt == VT_BSTR && std::wstring(code.bstrVal) == L"CAU2",
+        "the sink's causal code comes back");
+  VariantClear(&code);
+  check(leaving.seen == std::vector<DISPID>{1},
+        "a sink that disconnected during an event hears no more");
+  check(sink.seen == std::vector<DISPID>{1, 3}, "ChiusuraSelezioneCausaleCoIn is event 3");
+  check(SUCCEEDED(point->Unadvise(cookie)), "Unadvise");
+}
+
+/// A host that answers nothing: the lookup fails, and must still let it go.
+struct Silent final : Dispatch {};
+
+void lifetime() {
+  LateBound lookup(made("Brelvane.CLSCI_LOOKUP"));
+  IDispatch* host = exposeObject(std::make_shared<Silent>());
+  lookup.put("ActiveInterface", Variant(adaptObject(host, "")), true);
+  host->Release();
+  lookup.call("NatureCosti", {});  // raises nothing, or the whole check fails
+  check(liveObjects() == 1, "the lookup holds the host while it lives");
+  lookup = LateBound(nullptr);
+  check(liveObjects() == 0, "the lookup's end releases the host");
+}
+
+/// The launch scenario's sequence of a host on each launch method, with a
+/// lookup over the stand-in connection's commands on the same host.
+void launches(const char* scenario, const char* methods) {
+  LateBound sb(made("BrelvaneTest.Standins"));
+  auto object = [&](const char* name) {
+    Variant arg[] = {Variant(name)};
+    return sb.call("Object", arg);
+  };
+  Variant load[] = {Variant(scenario)};
+  sb.call("Load", load);
+  int launched = 0, count = 0;
+  std::ifstream list(methods);
+  for (std::string method; std::getline(list, method); ++count) {
+    LateBound cn(made("Brelvane.CLSCI_CONNECT"));
+    cn.put("ActiveInterface", object(count % 2 ? "ps" : "host"), true);
+    cn.put("ConnectField", object("field"), true);
+    Variant advise[] = {Variant(adaptObject(cn.object(), "")), Variant("ev"),
+                        Variant(R"({"TransferData": {"Cancel": true}})")};
+    sb.call("Advise", advise);
+    launched += toBool(cn.call(method, {}));
+    LateBound lk(made("Brelvane.CLSCI_LOOKUP"));
+    lk.put("ActiveInterface", object("host"), true);
+    lk.put("Connessione", object("db"), true);
+    Variant proposals[] = {Variant(int16_t{5}), Variant(int16_t{7})}, account[] = {Variant("4")};
+    lk.call("ProposteContiPerProvider", proposals);
+    lk.call("AnagraficaPianoDeiConti", account);
+  }
+  // VisualizzaTracciaRib launches nothing without an open trace: one False.
+  std::printf("lifetime: %d of %d launch methods returned True\n", launched, count);
+  check(count > 0, "lifetime: launch methods were read");
+}
+
+bool unloadable(const wchar_t* dll) {
+  using CanUnload = HRESULT(WINAPI*)();
+  HMODULE module = GetModuleHandleW(dll);
+  auto f = module ? reinterpret_cast<CanUnload>(
+                        reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")))
+                  : nullptr;
+  return f && f() == S_OK;
+}
+
+/// The client's checks, PASS and FAIL lines; `launch`: the scenario and its methods.
+int clientChecks(char** launch) {
+  try {
+    if (launch) launches(launch[0], launch[1]);
+    events();
+    lifetime();
+  } catch (const AutomationError& e) {
+    check(false, std::to_string(e.number) + " " + e.source + ": " + e.description);
+  }
+  check(unloadable(L"brelvane.dll"), "no object of brelvane.dll is left: it may be unloaded");
+  if (launch)
+    check(unloadable(L"brelvane_launcher_standin.dll"), "the stand-ins' DLL may be unloaded");
+  std::printf("client check: %d failure(s)\n", failures);
+  return failures ? 1 : 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  CoInitialize(nullptr);
-  const int status = argc == 2 && std::string(argv[1]) == "calls" ? calls() : compare();
+  const std::string mode = argc > 1 ? argv[1] : "";
+  const bool client = mode == "client" && (argc == 2 || argc == 4);
+  if (!client && (argc != 2 || (mode != "typelib" && mode != "calls")))
+    return std::fputs("usage: brelvane_com_check typelib | calls | client [SCENARIO METHODS]\n",
+                      stderr),
+           2;
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  const int status = client            ? clientChecks(argc == 4 ? argv + 2 : nullptr)
+                     : mode == "calls" ? calls()
+                                       : compare();
   CoUninitialize();
   return status;
 }
