@@ -16,6 +16,10 @@
 //     scenario and its methods (one a line) it first runs a host's sequence
 //     on each method (a script host under Wine keeps every class object, so
 //     cannot tell), and the stand-ins' DLL must be unloadable too.
+//   regfree  (as brelvane_regfree_client.exe, whose application manifest
+//     names the assembly `regsvr32 /n /i:manifest` wrote beside the DLL)
+//     each class created from the client's own folder without registration,
+//     its type information found, a property read by name.
 #include <windows.h>
 
 #include <ocidl.h>
@@ -30,12 +34,14 @@
 #include "adapters.h"
 #include "brelvane/brelvane.h"
 #include "brelvane_com.h"
-#include "client.h"
 #include "dispids.h"
+#include "errors.h"
 #include "identity.h"
+#include "late_bound.h"
 #include "module.h"
 #include "server_object.h"
 #include "settings.h"
+#include "text.h"
 
 using namespace brelvane;
 using namespace brelvane::com;
@@ -43,6 +49,18 @@ using Lines = std::set<std::string>;
 using Strings = std::vector<std::string>;
 
 namespace {
+
+/// A new object of the class `progId`; null, with the reason in `hr` when
+/// asked for, when there is none.
+ComPtr<IDispatch> create(std::string_view progId, HRESULT* hr = nullptr) {
+  CLSID clsid;
+  ComPtr<IDispatch> object;
+  HRESULT made = CLSIDFromProgID(widen(progId).c_str(), &clsid);
+  if (SUCCEEDED(made))
+    made = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &object);
+  if (hr) *hr = made;
+  return object;
+}
 
 int checks = 0, failures = 0;
 
@@ -692,19 +710,49 @@ int clientChecks(char** launch) {
   return failures ? 1 : 0;
 }
 
+// ---- Without registration ------------------------------------------------------
+
+int regfree() {
+  const std::tuple<const char*, const char*, VarType> cases[] = {
+      {"Brelvane.CLSCI_LOOKUP", "Str_Sql", VarType::String},
+      {"Brelvane.CLSCI_DECODE", "Str_Sql", VarType::String},
+      {"Brelvane.CLSCI_CONNECT", "Ditta", VarType::Empty},
+      {"Brelvane.Settings", "Hardened", VarType::Boolean}};
+  for (const auto& [progId, property, type] : cases) {
+    HKEY key;  // a class found in the registry proves nothing
+    const bool inRegistry =
+        RegOpenKeyExA(HKEY_CLASSES_ROOT, progId, 0, KEY_READ, &key) == ERROR_SUCCESS;
+    if (inRegistry) RegCloseKey(key);
+    HRESULT hr;
+    ComPtr<ITypeInfo> info;
+    ComPtr<IDispatch> object = create(progId, &hr);
+    if (SUCCEEDED(hr)) hr = object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info);
+    try {
+      if (SUCCEEDED(hr) && LateBound(object).get(property).type() != type) hr = DISP_E_TYPEMISMATCH;
+    } catch (const AutomationError& e) {
+      hr = hresultOf(e);
+    }
+    const bool ok = !inRegistry && SUCCEEDED(hr);
+    failures += !ok;
+    std::printf("%s %s%s (0x%08lx)\n", ok ? "ok  " : "FAIL", progId,
+                inRegistry ? ": registered, so this proves nothing" : "",
+                static_cast<unsigned long>(hr));
+  }
+  return failures ? 1 : 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   const bool client = mode == "client" && (argc == 2 || argc == 4);
-  if (!client && (argc != 2 || (mode != "typelib" && mode != "calls")))
-    return std::fputs("usage: brelvane_com_check typelib | calls | client [SCENARIO METHODS]\n",
-                      stderr),
-           2;
+  if (!client && (argc != 2 || (mode != "typelib" && mode != "calls" && mode != "regfree")))
+    return std::fputs("usage: see com/tests/com_check.cpp\n", stderr), 2;
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-  const int status = client            ? clientChecks(argc == 4 ? argv + 2 : nullptr)
-                     : mode == "calls" ? calls()
-                                       : compare();
+  const int status = client              ? clientChecks(argc == 4 ? argv + 2 : nullptr)
+                     : mode == "calls"   ? calls()
+                     : mode == "regfree" ? regfree()
+                                         : compare();
   CoUninitialize();
   return status;
 }

@@ -18,5 +18,5 @@ wine regsvr32 /s /n /i:manifest "$(winepath -w "$dir/brelvane.dll")" || {
 status=0
 python3 "$here/files_check.py" "$dir/brelvane.dll" "$dir/brelvane.sxs.manifest" \
   "$(cache CMAKE_PROJECT_VERSION)" "$(cache CMAKE_PROJECT_DESCRIPTION)" || status=1
-(cd "$dir" && wine brelvane_regfree_client.exe) || status=1
+(cd "$dir" && wine brelvane_regfree_client.exe regfree) || status=1
 exit $status
