@@ -6,19 +6,16 @@
   comsuite.py compare DIR              the DIR/*.jsonl the scripts wrote against
                                        them: each difference; exit 1 on any
   comsuite.py launch-prepare TOOL DIR  DIR/NAME.json (a scenario), NAME.vbs and
-                                       NAME.native.json
+                                       NAME.native.json (`brelvane run`)
   comsuite.py launch-compare DIR       DIR/NAME.com.json against them: PASS/FAIL
 
-The plain suite calls every member of CLSCI_LOOKUP and CLSCI_DECODE from
-VBScript, with the fault sweep's plausible arguments and Connessione Nothing,
-once with each host (1: BrelvaneTest.DemoHost, 2: the script classes of
-vbs/host.vbs); checks.vbs holds the checks a script makes itself. The launch
-suites run each scenario natively (`brelvane run`) and as a script against
-the same stand-ins of brelvane_launcher_standin.dll; step results and logs
-must be the same. "launch" calls every launch method of CLSCI_CONNECT (its
-Boolean methods but the closing ones) with its context and callbacks set,
-"demo" the lookups that reach the database on the demo host and connection
-of `brelvane call`; the rest are the project's scenarios that reach
+The plain suite calls every member of CLSCI_LOOKUP and CLSCI_DECODE with the
+fault sweep's plausible arguments and Connessione Nothing, once with each host
+(1: BrelvaneTest.DemoHost, 2: the script classes of vbs/host.vbs); checks.vbs
+makes its own checks. The launch suites run scenarios against the stand-ins of
+brelvane_launcher_standin.dll: "launch" calls every launch method of
+CLSCI_CONNECT, "demo" the lookups that reach the database on `brelvane call`'s
+demo host and connection, the others are the project's scenarios that reach
 launchers, events or the database.
 """
 import json
