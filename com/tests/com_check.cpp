@@ -442,22 +442,17 @@ struct Calls {
 bool typedCall(IDispatch* host) {
   ComPtr<_CLSCI_LOOKUP> lookup;
   BSTR typed = nullptr;
-  VARIANT late;
-  VariantInit(&late);
-  DISPID sqlId;
-  LPOLESTR sqlName = const_cast<LPOLESTR>(L"Str_Sql");
-  DISPPARAMS none{};
-  const bool held = SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
-                                               IID__CLSCI_LOOKUP, &lookup)) &&
-                    SUCCEEDED(lookup->putref_ActiveInterface(host)) &&
-                    SUCCEEDED(lookup->NatureCosti()) && SUCCEEDED(lookup->get_Str_Sql(&typed)) &&
-                    SysStringLen(typed) > 0 &&
-                    SUCCEEDED(lookup->GetIDsOfNames(IID_NULL, &sqlName, 1, 0, &sqlId)) &&
-                    SUCCEEDED(lookup->Invoke(sqlId, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &late,
-                                             nullptr, nullptr)) &&
-                    late.vt == VT_BSTR && std::wstring(typed) == late.bstrVal;
-  SysFreeString(typed);
-  VariantClear(&late);
+  bool held = SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
+                                         IID__CLSCI_LOOKUP, &lookup)) &&
+              SUCCEEDED(lookup->putref_ActiveInterface(host)) &&
+              SUCCEEDED(lookup->NatureCosti()) && SUCCEEDED(lookup->get_Str_Sql(&typed));
+  try {
+    const std::string sql = taken(typed);
+    const Variant late = held ? LateBound(lookup).get("Str_Sql") : Variant();
+    held = held && !sql.empty() && late.type() == VarType::String && toText(late) == sql;
+  } catch (const AutomationError&) {
+    held = false;
+  }
   std::printf("%s a typed call through brelvane_com.h\n", held ? "ok  " : "FAIL");
   return held;
 }
