@@ -529,7 +529,7 @@ int compare() {
     for (const auto& line : found)
       if (!expected.contains(line)) expect(false, "unexpected", line);
   }
-  std::printf("typelib_check: %d checks, %d failures\n", checks, failures);
+  std::printf("type library check: %d checks, %d failures\n", checks, failures);
   return failures == 0 ? 0 : 1;
 }
 

@@ -52,7 +52,7 @@ registered() {
   out=$(wine brelvane_com_check.exe typelib 2>/dev/null)
   status=$?
   [ $status -eq 0 ] || echo "$out" | tr -d '\r' | sed 's/^/    /'
-  report "$1: typelib_check" $status
+  report "$1: type library check" $status
   for p in $progids; do
     clsid=$(value "$2\\$p\\CLSID")
     key="$2\\CLSID\\$clsid" lib="HKCR\\TypeLib\\$(value "$2\\CLSID\\$clsid\\TypeLib")\\1.0\\0"
