@@ -197,8 +197,9 @@ class ClassBuilder {
 
   /// The members of a constexpr table whose rows each give their own C++
   /// signature: `Form::template method<kTable, I>()` is the callable of row
-  /// I and `Form::params(row)` its parameters. Named, documented and added
-  /// in table order as above.
+  /// I and `Form::template params<kTable, I>()` its parameters, one per
+  /// argument by construction. Named, documented and added in table order
+  /// as above.
   template <const auto& kTable, class Form>
   ClassBuilder& rows() {
     addRowsOf<kTable, Form>(std::make_index_sequence<std::size(kTable)>{});
@@ -281,7 +282,9 @@ class ClassBuilder {
     else
       specs = form.params(row);
     using Sig = detail::CallableSignature<T, decltype(form.fn)>;
-    addRowOf(row,
+    if (specs.size() + 1 != Sig::arity)
+      throw std::logic_error("row " + std::string(row.name) + ": one parameter per argument");
+    addNamed(row,
              detail::bindRow<T>(form.fn, row, static_cast<typename Sig::Args*>(nullptr),
                                 static_cast<typename Sig::Result*>(nullptr)),
              std::move(specs), form.nameSuffix, form.docSuffix);
@@ -289,15 +292,15 @@ class ClassBuilder {
 
   template <const auto& kTable, class Form, size_t... I>
   void addRowsOf(std::index_sequence<I...>) {
-    (addRowOf(kTable[I], Form::template method<kTable, I>(), Form::params(kTable[I])), ...);
+    (addNamed(kTable[I], Form::template method<kTable, I>(), Form::template params<kTable, I>()),
+     ...);
   }
 
-  /// Adds `fn`, a method of the row's arguments, as the row's member.
+  /// Adds `fn`, a method of the row's arguments, as the row's member: named
+  /// row.name + nameSuffix, documented row.doc + docSuffix.
   template <class Row, class F>
-  void addRowOf(const Row& row, F fn, std::vector<ParamSpec> specs,
+  void addNamed(const Row& row, F fn, std::vector<ParamSpec> specs,
                 std::string_view nameSuffix = {}, std::string_view docSuffix = {}) {
-    if (specs.size() != detail::CallableSignature<T, F>::arity)
-      throw std::logic_error("row " + std::string(row.name) + ": one parameter per argument");
     add(std::string(row.name) + std::string(nameSuffix), std::move(fn), std::span<ParamSpec>(specs),
         std::string(row.doc) + std::string(docSuffix));
   }

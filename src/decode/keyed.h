@@ -171,19 +171,25 @@ KeyedArg keyedArg(const V& value) {
 struct KeyedForm {
   template <const auto& kRows, size_t I>
   static auto method() {
-    static_assert(kRows[I].insertsNoControl(), "a keyed line inserts a control");
-    return []<size_t... P>(std::index_sequence<P...>) {
-      return member([](Frame& f, typename KindOf<kRows[I].params[P].kind>::type... args) {
-        const KeyedArg values[] = {detail::keyedArg<kRows[I].params[P].kind>(args)...};
-        keyedDecode(f, kRows[I], values);
-      });
-    }
-    (std::make_index_sequence<kRows[I].arity()>{});
+    return callable<kRows, I>(std::make_index_sequence<kRows[I].arity()>{});
   }
-  static std::vector<ParamSpec> params(const KeyedDecoder& row) {
-    std::vector<ParamSpec> out;
-    for (size_t p = 0; p < row.arity(); ++p) out.push_back(arg(std::string(row.params[p].name)));
-    return out;
+  template <const auto& kRows, size_t I>
+  static std::vector<ParamSpec> params() {
+    return specs<kRows, I>(std::make_index_sequence<kRows[I].arity()>{});
+  }
+
+ private:
+  template <const auto& kRows, size_t I, size_t... P>
+  static auto callable(std::index_sequence<P...>) {
+    static_assert(kRows[I].insertsNoControl(), "a keyed line inserts a control");
+    return member([](Frame& f, typename KindOf<kRows[I].params[P].kind>::type... args) {
+      const KeyedArg values[] = {detail::keyedArg<kRows[I].params[P].kind>(args)...};
+      keyedDecode(f, kRows[I], values);
+    });
+  }
+  template <const auto& kRows, size_t I, size_t... P>
+  static std::vector<ParamSpec> specs(std::index_sequence<P...>) {
+    return {arg(std::string(kRows[I].params[P].name))...};
   }
 };
 
