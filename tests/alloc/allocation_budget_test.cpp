@@ -1,14 +1,8 @@
-// Allocation budgets: heap allocations are deterministic, so each member's
-// count per call is a property the tests can hold it to. On a zero-cost
-// host, a call may allocate once for each text the host hands back (a label,
-// a prepared text, a rendered value, a procedure's output) and at most three
-// times besides: the composed text and the few queries or fragments a member
-// composes apart.
-//
-// The call measured is the second one on an instance, with the same
-// arguments: the one a host pays for every time. The first also makes what
-// the instance keeps from call to call (its output array, the text buffers
-// of its outputs, a prepared command or a launcher).
+// Allocation budgets: on a zero-cost host a call may allocate once for each
+// text the host hands back and at most three times besides (the composed text
+// and the few queries or fragments composed apart). The call measured is the
+// second on an instance, the one a host pays every time: the first also makes
+// what the instance keeps (its output array and buffers, a command, a launcher).
 #include <gtest/gtest.h>
 
 #include <sstream>

@@ -1,8 +1,6 @@
-// Outputs are rewritten in the storage they already have (the array, the
-// texts, the buffer of the previous Str_Sql): what a member leaves must not
-// depend on what the instance composed before. Every lookup and decoder is
-// called on one instance after all the others, in two orders, and must
-// leave what it leaves on an instance of its own.
+// Outputs are rewritten in the storage they already have, yet what a member
+// leaves must not depend on what the instance composed before: each, called
+// after all the others (in two orders), leaves what it leaves when alone.
 #include <gtest/gtest.h>
 
 #include <algorithm>

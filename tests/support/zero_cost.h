@@ -1,10 +1,9 @@
 #pragma once
 // A world that costs nothing: a host, utility object, connection and
 // launchers that answer at once with constant values and log nothing, but
-// count every call by kind (texts apart: each may cost an allocation). The
-// benchmark prices each member against it. With `record` on, each
-// call is also kept as a step that `replay` makes again without composing
-// anything: the floor of a member.
+// count every call by kind (a text may cost an allocation). With `record`
+// on, each call is also kept as a step that `replay` makes again without
+// composing anything: the floor of a member in the benchmark.
 
 #include <array>
 #include <cstdint>
@@ -68,6 +67,10 @@ class World final : public std::enable_shared_from_this<World> {
 
 namespace detail {
 
+// Counts a call of the member it is in; `again` makes the same call when
+// replayed.
+#define COUNTED(text, again) w_.note(text, [&] { return Step([=, this](World&) { again; }); })
+
 inline const std::string kLabel = "Descrizione dell'etichetta lunga abbastanza";
 
 class Host final : public HostInterface,
@@ -78,53 +81,38 @@ class Host final : public HostInterface,
  public:
   explicit Host(World& w) : w_(w) {}
   std::shared_ptr<HostContext> Context() override {
-    w_.note(false, [&] { return Step([this](World&) { Context(); }); });
-    return {self(), static_cast<HostContext*>(this)};
+    return COUNTED(false, Context()), part<HostContext>();
   }
   Variant InstallationSetting() override {
-    w_.note(false, [&] { return Step([this](World&) { InstallationSetting(); }); });
-    return Variant(int32_t{1});
+    return COUNTED(false, InstallationSetting()), int32_t{1};
   }
   std::shared_ptr<MessageService> Messages() override {
-    w_.note(false, [&] { return Step([this](World&) { Messages(); }); });
-    return {self(), static_cast<MessageService*>(this)};
+    return COUNTED(false, Messages()), part<MessageService>();
   }
   std::shared_ptr<HostCompany> Company() override {
-    w_.note(false, [&] { return Step([this](World&) { Company(); }); });
-    return {self(), static_cast<HostCompany*>(this)};
+    return COUNTED(false, Company()), part<HostCompany>();
   }
-  std::string GetMessageText(int32_t id, const SafeArray& args) override {
-    w_.note(true, [&] { return Step([this, id](World&) { GetMessageText(id, SafeArray()); }); });
-    (void)args;
-    return kLabel;
+  std::string GetMessageText(int32_t id, const SafeArray&) override {
+    return COUNTED(true, GetMessageText(id, SafeArray())), kLabel;
   }
   std::string PrepareSqlText(const std::string& text) override {
-    w_.note(true, [&] { return Step([this, text](World&) { PrepareSqlText(text); }); });
-    return text;
+    return COUNTED(true, PrepareSqlText(text)), text;
   }
   std::shared_ptr<CompanySettings> Settings() override {
-    w_.note(false, [&] { return Step([this](World&) { Settings(); }); });
-    return {self(), static_cast<CompanySettings*>(this)};
+    return COUNTED(false, Settings()), part<CompanySettings>();
   }
-  Variant Code() override {
-    w_.note(false, [&] { return Step([this](World&) { Code(); }); });
-    return Variant(int32_t{1});
-  }
-  Variant LanguageCode() override {
-    w_.note(false, [&] { return Step([this](World&) { LanguageCode(); }); });
-    return Variant("ITA");
-  }
-  Variant CompanyMode() override {
-    w_.note(false, [&] { return Step([this](World&) { CompanyMode(); }); });
-    return Variant(int32_t{2});
-  }
+  Variant Code() override { return COUNTED(false, Code()), int32_t{1}; }
+  Variant LanguageCode() override { return COUNTED(false, LanguageCode()), "ITA"; }
+  Variant CompanyMode() override { return COUNTED(false, CompanyMode()), int32_t{2}; }
 
  private:
-  /// What a host hands out, priced as a reference-counted interface is:
-  /// one count up on the way out, one down when the caller lets go. The
-  /// count is a token's, not the world's, so handing out a reference never
-  /// looks the world up; the world outlives every reference it gives.
-  const std::shared_ptr<void>& self() const { return token_; }
+  /// Priced as a reference-counted interface: one count up on the way out,
+  /// one down when the caller lets go. The count is a token's, so handing
+  /// out a reference never looks the world up; the world outlives them all.
+  template <class Part>
+  std::shared_ptr<Part> part() {
+    return {token_, static_cast<Part*>(this)};
+  }
   std::shared_ptr<void> token_ = std::make_shared<char>();
   World& w_;
 };
@@ -135,25 +123,20 @@ class Utility final : public UtilityObject {
   void Initialise() override {}
   void Release() override {}
   std::string ValueToText(const Variant& v) override {
-    w_.note(true, [&] { return Step([this, v](World&) { ValueToText(v); }); });
-    return v.isString() ? v.string() : std::string("7");
+    return COUNTED(true, ValueToText(v)), v.isString() ? v.string() : std::string("7");
   }
   Variant ValueOrDefault(const Variant& v, const Variant& d) override {
-    w_.note(false, [&] { return Step([this, v, d](World&) { ValueOrDefault(v, d); }); });
-    return v.isNull() || v.isEmpty() ? d : v;
+    return COUNTED(false, ValueOrDefault(v, d)), v.isNull() || v.isEmpty() ? d : v;
   }
   std::string ValueForSql(const Variant& v) override {
-    w_.note(true, [&] { return Step([this, v](World&) { ValueForSql(v); }); });
-    return "'7'";
+    return COUNTED(true, ValueForSql(v)), "'7'";
   }
   std::string SqlDateLiteral(const Variant& v) override {
-    w_.note(true, [&] { return Step([this, v](World&) { SqlDateLiteral(v); }); });
-    return "'20261122'";
+    return COUNTED(true, SqlDateLiteral(v)), "'20261122'";
   }
   std::pair<std::string, std::string> BindContext(const std::shared_ptr<HostInterface>& h,
                                                   const std::shared_ptr<Connection>& c) override {
-    w_.note(false, [&] { return Step([this, h, c](World&) { BindContext(h, c); }); });
-    return {};
+    return COUNTED(false, BindContext(h, c)), std::pair<std::string, std::string>();
   }
   std::string ProviderAccountColumn() override { return column(); }
   std::string ProviderCogeColumn() override { return column(); }
@@ -161,10 +144,7 @@ class Utility final : public UtilityObject {
   std::string HeaderFieldColumn() override { return column(); }
 
  private:
-  std::string column() {
-    w_.note(true, [&] { return Step([this](World&) { column(); }); });
-    return "CI07_DESCRIZIONE";
-  }
+  std::string column() { return COUNTED(true, column()), "CI07_DESCRIZIONE"; }
   World& w_;
 };
 
@@ -189,15 +169,14 @@ class Procedure final : public Command {
   void SetCommandText(const std::string&) override {}
   void SetPrepared(bool) override {}
   void SetParameter(const std::string& name, const Variant& v) override {
-    w_.note(false, [&] { return Step([this, name, v](World&) { SetParameter(name, v); }); });
+    COUNTED(false, SetParameter(name, v));
   }
   Variant GetParameter(const std::string& name) override {
-    w_.note(true, [&] { return Step([this, name](World&) { GetParameter(name); }); });
-    return name == "@LABELS" ? Variant("Codice|Descrizione") : Variant("SELECT 1");
+    return COUNTED(true, GetParameter(name)),
+           name == "@LABELS" ? Variant("Codice|Descrizione") : Variant("SELECT 1");
   }
   std::shared_ptr<Recordset> Execute(int32_t options) override {
-    w_.note(false, [&] { return Step([this, options](World&) { Execute(options); }); });
-    return nullptr;
+    return COUNTED(false, Execute(options)), nullptr;
   }
 
  private:
@@ -209,14 +188,13 @@ class Database final : public Connection {
   explicit Database(World& w) : w_(w) {}
   /// The same recordset each time, rewound, unless a caller still holds it.
   std::shared_ptr<Recordset> Execute(const std::string& sql, int32_t options) override {
-    w_.note(false, [&] { return Step([this, sql, options](World&) { Execute(sql, options); }); });
+    COUNTED(false, Execute(sql, options));
     if (row_.use_count() != 1) row_ = std::make_shared<Row>();
     row_->rewind();
     return row_;
   }
   std::shared_ptr<Command> NewCommand() override {
-    w_.note(false, [&] { return Step([this](World&) { NewCommand(); }); });
-    return std::make_shared<Procedure>(w_);
+    return COUNTED(false, NewCommand()), std::make_shared<Procedure>(w_);
   }
 
  private:
@@ -256,6 +234,7 @@ class Launcher final : public Dispatch, public std::enable_shared_from_this<Laun
   World& w_;
 };
 
+#undef COUNTED
 }  // namespace detail
 
 inline std::shared_ptr<World> World::make() {
@@ -278,21 +257,15 @@ inline std::shared_ptr<World> World::make() {
 /// A plausible argument for a parameter: a code, a text, the connection
 /// for a connection, a control for any other object.
 inline Variant plausible(const World& w, const ParamInfo& p) {
-  switch (p.type) {
-    case ParamType::Object:
-      return p.typeName == "Connection" ? Variant(std::shared_ptr<Dispatch>(w.connection))
-                                        : Variant(w.control);
-    case ParamType::Boolean:
-      return Variant(false);
-    case ParamType::String:
-      return Variant("7");
-    case ParamType::Date:
-      return Variant(Date{2026, 11, 22});
-    case ParamType::Integer:
-      return Variant(int16_t{1});
-    default:
-      return Variant(int32_t{1});
-  }
+  using T = ParamType;
+  if (p.type == T::Object)
+    return p.typeName == "Connection" ? Variant(std::shared_ptr<Dispatch>(w.connection))
+                                      : Variant(w.control);
+  return p.type == T::Boolean   ? Variant(false)
+         : p.type == T::String  ? Variant("7")
+         : p.type == T::Date    ? Variant(Date{2026, 11, 22})
+         : p.type == T::Integer ? Variant(int16_t{1})
+                                : Variant(int32_t{1});
 }
 
 /// A member ready to be called: its object, set up as a host would, and
