@@ -33,18 +33,6 @@ struct World {
   std::shared_ptr<T> create() {
     return factory.createAs<T>(T::kProgId);
   }
-
-  /// The log entries of one object, as "op" or "op:detail" texts.
-  std::vector<std::string> ops(const std::string& object) const {
-    std::vector<std::string> out;
-    for (const auto& e : log.entries()) {
-      if (e["object"] != object) continue;
-      std::string op = e["op"];
-      if (e.contains("id")) op += ":" + std::to_string(e["id"].get<int>());
-      out.push_back(op);
-    }
-    return out;
-  }
 };
 
 /// Joins lines with CR LF after each, the way composed SQL is laid out.
