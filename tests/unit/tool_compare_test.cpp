@@ -6,14 +6,12 @@
 namespace brelvane::cli {
 namespace {
 
-TEST(ToolCompare, DropsOnlyTheBlanksBeforeLineEndsAndTheEnd) {
+TEST(ToolCompare, ValuesMatchUpToTheBlanksBeforeLineEndsAndTheirOutputForm) {
   EXPECT_EQ(withoutLineEndBlanks("a  \r\nb \rc\t \nd   "), "a\r\nb\rc\t\nd");
   EXPECT_EQ(withoutLineEndBlanks("  lead  inner  x"), "  lead  inner  x");
   EXPECT_EQ(withoutLineEndBlanks("   "), "");
   EXPECT_EQ(withoutLineEndBlanks("' \r\n  \r\n"), "'\r\n\r\n");
-}
-
-TEST(ToolCompare, ValuesMatchUpToLinePaddingAndTheirOutputForm) {
+  // Values match up to that padding and their output form.
   const Json empty = {{"$empty", true}};
   const std::tuple<Json, Json, bool> rows[] = {
       {" SELECT x\r\n", " SELECT x      \r\n", true},

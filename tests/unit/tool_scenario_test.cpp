@@ -1,5 +1,5 @@
-// `brelvane run` in process: the output document, the launcher and sink
-// stand-ins, names and lifetimes, and invalid scenarios.
+// `brelvane run` in process: the output document, the stand-ins, names and
+// lifetimes, and invalid scenarios.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -31,36 +31,21 @@ Outcome run(const std::string& text) {
   return {status, out.str().empty() ? Json() : Json::parse(out.str()), err.str()};
 }
 
-TEST(ToolScenario, HandlersAnswerCallbacksAndLaunchersListWhatTheyWereGiven) {
-  auto r = run(R"({
-    "objects": {"host": {"kind": "host"}},
-    "launchers": {"Quillane.CLSCI_CONNECT": {"on": {"ExecCausaliCOIN": [
-        {"call": "TransferData", "args": [false, "C01", 8]},
-        {"call": "ChiusuraSelezioneCausaleCoIn", "args": ["C01"]}]}}},
-    "steps": [
+TEST(ToolScenario, LaunchersCallbacksAndEvents) {
+  // A launcher lists what it was given in order of first assignment
+  // (connect_launch.json reads the values, ConnectEvents the handlers' answers).
+  auto r = run(R"({"objects": {"host": {"kind": "host"}}, "steps": [
       {"create": "Brelvane.CLSCI_CONNECT", "as": "cn"},
-      {"advise": "cn", "sink": "ev", "handlers": {
-          "TransferData": {"Cancel": true, "tsCalledProgram": {"$integer": 16}},
-          "ChiusuraSelezioneCausaleCoIn": {"CausaleCoInSelezionata": "C99"}}},
       {"set": "cn", "values": {"ActiveInterface": {"$object": "host"}}},
       {"call": "cn", "method": "ExecCausaliCOIN", "expect": {"return": true}},
       {"get": "Quillane.CLSCI_CONNECT#1"}]})");
   ASSERT_EQ(r.status, kScenarioHeld) << r.err;
-  auto launcher = "Quillane.CLSCI_CONNECT#1";
-  EXPECT_EQ(r.entry(launcher, "Callback", "TransferData")["args"],
-            Json::parse(R"([true, "C01", 16])"));
-  EXPECT_EQ(r.entry(launcher, "Callback", "ChiusuraSelezioneCausaleCoIn")["args"],
-            Json::parse(R"(["C99"])"));
-  // A launcher lists what it was given, in order of first assignment.
-  const Json& values = r.doc["steps"][4]["values"];
-  ASSERT_GE(values.size(), 2u);
-  EXPECT_EQ(values.begin().key(), "Plookup");
-  EXPECT_EQ(values["Plookup"], Json::parse(R"({"$object": "cn"})"));
-  EXPECT_EQ(values["ActiveInterface"], Json::parse(R"({"$object": "host"})"));
-}
+  ASSERT_GE(r.doc["steps"][3]["values"].size(), 2u);
+  EXPECT_EQ(r.doc["steps"][3]["values"].begin().key(), "Plookup");
 
-TEST(ToolScenario, CallbacksNeedPlookupAndFailuresLeaveTheStepNotTheScenario) {
-  auto r = run(R"({
+  // Callbacks need Plookup; a failure leaves the step, not the scenario (its
+  // error's fields: automation_dispatch.json).
+  r = run(R"({
     "objects": {"ctl": {"kind": "control"}},
     "launchers": {"Tormesk.CLSCI_CONNECT": {"on": {"Go": [{"call": "TransferData"}]},
                                             "fail": ["Broken"]}},
@@ -72,19 +57,31 @@ TEST(ToolScenario, CallbacksNeedPlookupAndFailuresLeaveTheStepNotTheScenario) {
   ASSERT_EQ(r.status, kScenarioHeld) << r.err;
   const Json& steps = r.doc["steps"];
   auto t1 = "Tormesk.CLSCI_CONNECT#1";
-  EXPECT_EQ(steps[0]["error"], nullptr);
   EXPECT_EQ(steps[1]["error"]["number"], 91);
   EXPECT_EQ(steps[1]["error"]["source"], t1);
-  EXPECT_EQ(steps[2]["error"], Json::parse(R"({"number": 5, "source": "Tormesk.CLSCI_CONNECT#1",
-                                               "description": "Broken failed"})"));
+  EXPECT_EQ(steps[2]["error"]["number"], 5);
   // The control has no TransferData: the callback's error is the call's.
   EXPECT_EQ(steps[4]["error"]["number"], 438);
   EXPECT_EQ(r.entry(t1, "Callback", "TransferData")["error"]["number"], 438);
   EXPECT_EQ(r.entry(t1, "Put", "Broken")["failed"], true);
   EXPECT_EQ(r.entry(t1, "Put", "After"), nullptr);
+
+  // Events only from objects that raise them.
+  r = run(R"({"steps": [
+    {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
+    {"advise": "lk", "sink": "ev", "expect": {"error": {"number": 430}}},
+    {"create": "Brelvane.CLSCI_CONNECT", "as": "cn"},
+    {"advise": "cn", "sink": "ev2"},
+    {"call": "cn", "method": "TransferData", "args": [0, 5, "1"],
+     "expect": {"error": null, "return": {"$empty": true}}},
+    {"call": "cn", "method": "Teminate"}]})");
+  ASSERT_EQ(r.status, kScenarioHeld) << r.err << r.doc.dump();
+  EXPECT_EQ(r.entry("ev2", "Event", "TransferData")["args"], Json::parse("[false, 5, 1]"));
+  // By-reference arguments come back converted to their declared types.
+  EXPECT_EQ(r.doc["steps"][4]["args"], Json::parse("[false, 5, 1]"));
 }
 
-TEST(ToolScenario, NamesAndTheEndOfTheScenario) {
+TEST(ToolScenario, NamesTheEndAndTheStepsAndUnmetExpectationsListed) {
   auto r = run(R"({"steps": [
     {"create": "Brelvane.CLSCI_LOOKUP"},
     {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
@@ -102,10 +99,9 @@ TEST(ToolScenario, NamesAndTheEndOfTheScenario) {
     if (e["op"] == "Release") releases.emplace_back(e["step"], e["object"]);
   EXPECT_EQ(releases, (std::vector<std::pair<int, std::string>>{
                           {5, "utility#2"}, {6, "Quillane.CLSCI_CONNECT#1"}, {6, "utility#1"}}));
-}
 
-TEST(ToolScenario, OutputListsEveryStepAndTheUnmetExpectations) {
-  auto r = run(R"({"objects": {"host": {"kind": "host", "messages": {"74764": "Clienti"}}},
+  // The output lists every step and the unmet expectations.
+  r = run(R"({"objects": {"host": {"kind": "host", "messages": {"74764": "Clienti"}}},
     "steps": [
     {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
     {"call": "lk", "method": "TipoCliFor", "args": [], "expect": {"Str_Sql": ""}},
@@ -122,25 +118,15 @@ TEST(ToolScenario, OutputListsEveryStepAndTheUnmetExpectations) {
     {"step": 4, "key": "Segno", "expected": 1, "actual": 0}])"));
 }
 
-TEST(ToolScenario, EventsOnlyFromObjectsThatRaiseThem) {
-  auto r = run(R"({"steps": [
-    {"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"},
-    {"advise": "lk", "sink": "ev", "expect": {"error": {"number": 430}}},
-    {"create": "Brelvane.CLSCI_CONNECT", "as": "cn"},
-    {"advise": "cn", "sink": "ev2"},
-    {"call": "cn", "method": "TransferData", "args": [0, 5, "1"],
-     "expect": {"error": null, "return": {"$empty": true}}},
-    {"call": "cn", "method": "Teminate"}]})");
-  ASSERT_EQ(r.status, kScenarioHeld) << r.err << r.doc.dump();
-  EXPECT_EQ(r.entry("ev2", "Event", "TransferData")["args"], Json::parse("[false, 5, 1]"));
-  // By-reference arguments come back converted to their declared types.
-  EXPECT_EQ(r.doc["steps"][4]["args"], Json::parse("[false, 5, 1]"));
-}
-
 TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
   // Each breaks one rule of the format; the last ones misuse shared values.
   auto lk = [](std::string step) {
     return R"({"steps": [{"create": "Brelvane.CLSCI_LOOKUP", "as": "lk"}, )" + step + "]}";
+  };
+  auto advise = [](std::string handler) {  // a handler of TransferData
+    return R"({"steps": [{"create": "Brelvane.CLSCI_CONNECT", "as": "cn"}, {"advise": "cn",
+        "sink": "ev", "handlers": {"TransferData": )" +
+           handler + "}}]}";
   };
   std::vector<std::string> cases = {
       R"()",
@@ -173,8 +159,8 @@ TEST(ToolScenario, InvalidScenariosWriteOneLineAndNoOutput) {
       lk(R"({"call": "lk", "method": "M", "args": [["P1"]]})"),
       lk(R"({"set": "lk", "values": {"P": {"$array": {"bounds": [[0, 0]], "rows": [[1]]}}}})"),
       lk(R"({"set": "lk", "values": {"P": {"$array": {"bounds": [[0, 1], [0, 2]], "rows": [["a", "b", "c"]]}}}})"),
-      R"({"steps": [{"create": "Brelvane.CLSCI_CONNECT", "as": "cn"}, {"advise": "cn", "sink": "ev", "handlers": {"TransferData": {"Data": 1}}}]})",
-      R"({"steps": [{"create": "Brelvane.CLSCI_CONNECT", "as": "cn"}, {"advise": "cn", "sink": "ev", "handlers": {"TransferData": {"Kancel": true}}}]})",
+      advise(R"({"Data": 1})"),
+      advise(R"({"Kancel": true})"),
       R"({"utility": {"fail": "Initialise"}, "steps": []})",
       R"({"objects": {"db": {"kind": "connection", "results": 5}}, "steps": []})",
       R"({"objects": {"host": {"kind": "host", "messages": {"abc": "testo"}}}, "steps": []})",
