@@ -15,15 +15,11 @@ using testing::errorOf;
 using V = Variant;
 constexpr int kMismatch = err::kTypeMismatch, kNull = err::kInvalidNull, kOver = err::kOverflow;
 
-TEST(VariantText, LocaleFreeDecimalAndStrictReading) {
-  // Doubles with up to 15 significant digits.
-  // clang-format off
+TEST(VariantText, LocaleFreeDecimalStrictReadingAndNoCopies) {
+  // Doubles with up to 15 significant digits; more texts in ReferenceUtility's ValueToText.
   const std::pair<V, const char*> texts[] = {
-      {V(int16_t{-7}), "-7"}, {V(int32_t{123456}), "123456"}, {V(2.5), "2.5"},
-      {V(-0.125), "-0.125"}, {V(3.0), "3"}, {V(0.1 + 0.2), "0.3"}, {V(1e20), "1E+20"},
-      {V(true), "True"}, {V(false), "False"}, {V(), ""},
-      {V(Date::parse("2026-11-22")), "2026-11-22"}};
-  // clang-format on
+      {V(int32_t{123456}), "123456"}, {V(-0.125), "-0.125"}, {V(3.0), "3"},
+      {V(0.1 + 0.2), "0.3"},          {V(1e20), "1E+20"},    {V(), ""}};
   for (const auto& [v, text] : texts) EXPECT_EQ(toText(v), text) << text;
   EXPECT_EQ(errorOf([] { toText(V::null()); }), kNull);
   EXPECT_EQ(concatText(V::null()), "");  // the text operator takes Null as ""
@@ -37,9 +33,20 @@ TEST(VariantText, LocaleFreeDecimalAndStrictReading) {
   EXPECT_EQ(d, -0.5);
   for (const char* bad : {"", "  ", "+", "1e3x", "x1", "--1", "1 2"})
     EXPECT_FALSE(parseNumber(bad, d)) << bad;
+  // setText rewrites any Variant; moving the text out leaves no copy.
+  for (V v : {V(), V(int32_t{7}), V("same"), V("longer text")}) {
+    std::string& text = v.setText("same");
+    EXPECT_EQ(v, V("same"));
+    text += "!";
+    EXPECT_EQ(v, V("same!")) << "the reference is the Variant's own text";
+  }
+  V v(std::string(100, 'x'));
+  const char* buffer = v.string().data();
+  std::string moved = toText(std::move(v));
+  EXPECT_EQ(moved.data(), buffer);
 }
 
-TEST(VariantDate, ParsesOnlyRealDatesFromYear100) {
+TEST(VariantConversion, RealDatesFromYear100NumbersRoundedHalfToEvenInRangeBooleans) {
   EXPECT_EQ(Date::parse("2026-11-22T10:30:00").iso(), "2026-11-22T10:30:00");
   EXPECT_EQ(Date::parse("2024-02-29").day, 29);
   EXPECT_EQ(Date::parse("2000-02-29"), (Date{2000, 2, 29}));
@@ -49,9 +56,8 @@ TEST(VariantDate, ParsesOnlyRealDatesFromYear100) {
                           "2026-11-22T10:30:60", "2026-11-22T10:30:5", "2026-11-22X10:30",
                           "26-11-22", "2026/11/22", "2026-1-22", "2026-11-2x", ""})
     EXPECT_EQ(errorOf([&] { Date::parse(bad); }), kMismatch) << bad;
-}
 
-TEST(VariantNumber, RoundsHalfToEvenAndChecksRange) {
+  // Numbers round half to even and must fit.
   const std::pair<V, int> fits[] = {
       {V(2.5), 2},     {V(3.5), 4},        {V(-2.5), -2}, {V(2.51), 3}, {V("7"), 7},
       {V(" 4.5 "), 4}, {V("-1E+2"), -100}, {V(true), -1}, {V(), 0},     {V(32767.4), 32767}};
@@ -69,9 +75,7 @@ TEST(VariantNumber, RoundsHalfToEvenAndChecksRange) {
   EXPECT_EQ(errorOf([] { toLong(V(std::numeric_limits<double>::infinity())); }), kOver);
   EXPECT_EQ(toDouble(V(true)), -1);
   EXPECT_EQ(errorOf([] { toDouble(V::nothing()); }), kMismatch);
-}
-
-TEST(VariantConversion, BooleansAndDates) {
+  // Booleans and dates.
   EXPECT_TRUE(toBool(V("TRUE")));
   EXPECT_FALSE(toBool(V("false")));
   EXPECT_TRUE(toBool(V("-1")));
@@ -83,7 +87,7 @@ TEST(VariantConversion, BooleansAndDates) {
   EXPECT_EQ(errorOf([] { toDate(V(int32_t{5})); }), kMismatch);
 }
 
-TEST(VariantEquality, ComparingWithNumbersAndTextsNeverRaises) {
+TEST(VariantEquality, WithNumbersAndTextsNeverRaisingAndStructuralBetweenVariants) {
   // A Null setting read through ValueOrDefault(x, "") is "", which is not 2.
   auto a = std::make_shared<Dispatch>();
   const std::tuple<V, double, bool> numbers[] = {
@@ -102,10 +106,8 @@ TEST(VariantEquality, ComparingWithNumbersAndTextsNeverRaises) {
       {V(2.0), "x", false}, {V("abc"), "ABC", false}};
   // clang-format on
   for (const auto& [v, t, same] : texts) EXPECT_EQ(equals(v, t), same) << t;
-}
-
-TEST(VariantEquality, StructuralByKindAndObjectsByIdentity) {
-  auto a = std::make_shared<Dispatch>(), b = std::make_shared<Dispatch>();
+  // Between Variants: structural by kind, objects by identity.
+  auto b = std::make_shared<Dispatch>();
   EXPECT_EQ(V(a), V(a));
   EXPECT_NE(V(a), V(b));
   EXPECT_NE(V(int16_t{1}), V(int32_t{1}));  // same value, other kind
@@ -138,21 +140,7 @@ TEST(VariantAccess, ExactAccessRaisesOnAnyOtherKind) {
   EXPECT_EQ(typeName(VarType::Missing), "Missing");
 }
 
-TEST(VariantText, SetTextRewritesAnyVariantAndMovingOutLeavesNoCopy) {
-  for (V v : {V(), V(int32_t{7}), V("same"), V("longer text")}) {
-    std::string& text = v.setText("same");
-    EXPECT_EQ(v, V("same"));
-    text += "!";
-    EXPECT_EQ(v, V("same!")) << "the reference is the Variant's own text";
-  }
-  V v(std::string(100, 'x'));
-  const char* buffer = v.string().data();
-  std::string moved = toText(std::move(v));
-  EXPECT_EQ(moved.data(), buffer);
-  EXPECT_EQ(toText(V(int32_t{12})), "12");
-}
-
-TEST(SafeArrayTest, BoundsLayoutAndOverflowingCounts) {
+TEST(SafeArrayTest, BoundsLayoutOverflowingCountsAndReshaping) {
   SafeArray a({Bound{0, 1}, Bound{2, 4}});
   EXPECT_EQ(a.elements().size(), 6u);
   a.at({1, 2}) = V("x");
@@ -182,10 +170,9 @@ TEST(SafeArrayTest, BoundsLayoutAndOverflowingCounts) {
   EXPECT_EQ(SafeArray({Bound{0, 0}, Bound{1, 2}}, {V("a"), V("b")}).at({0, 2}), V("b"));
   EXPECT_EQ(errorOf([] { SafeArray({Bound{0, 1}}, {V("only one")}); }), err::kInvalidCall);
   EXPECT_EQ(errorOf([] { SafeArray({}, {V()}); }), err::kInvalidCall);
-}
 
-TEST(SafeArrayTest, ReshapedInItsStorageOrLeftAloneWhenTheBoundsCannotBe) {
-  SafeArray a({Bound{0, 1}, Bound{0, 2}});
+  // Reshaped in its storage, or left alone when the bounds cannot be.
+  a = SafeArray({Bound{0, 1}, Bound{0, 2}});
   a.at({0, 0}) = V("kept");
   a.at({1, 2}) = V("dropped");
   a.reshape({Bound{1, 1}, Bound{0, 1}, Bound{5, 6}});  // three dimensions, four elements
