@@ -34,7 +34,7 @@ TEST(SqlTextTest, PiecesOfEveryLengthLandWholeAsTheBufferGrows) {
   EXPECT_EQ(sql.size(), 0u);
 }
 
-TEST(SqlTextTest, AFailedFragmentIsCutBackAndItsLengthStillCounts) {
+TEST(SqlTextTest, AFailedFragmentIsCutBackAndATextReservedAtItsLengthNeverGrows) {
   SqlText sql(4);
   sql.append("SELECT 1");
   sql.fragment([&] {
@@ -48,23 +48,19 @@ TEST(SqlTextTest, AFailedFragmentIsCutBackAndItsLengthStillCounts) {
   std::string caption = "Causali";
   appendTo(caption, " ", 7);
   EXPECT_EQ(caption, "Causali 7");
-}
 
-// A text reserved at the length it had last time is written again without
-// growing, however its numbers fall at the end of the buffer.
-TEST(SqlTextTest, ATextReservedAtItsLengthNeverGrows) {
+  // Reserved at the length it had last time, a text is written again without
+  // growing, however its numbers fall at the end of the buffer.
   const std::string expected = "    AND CI26_DITTA_CG18 = -2147483648\r\n        WHEN   7";
-  SqlText sql(std::string(), expected.size());
-  const char* const buffer = sql.view().data();
-  sql.line("    AND CI26_DITTA_CG18 = ", std::numeric_limits<int32_t>::min())
+  SqlText reserved(std::string(), expected.size());
+  const char* const buffer = reserved.view().data();
+  reserved.line("    AND CI26_DITTA_CG18 = ", std::numeric_limits<int32_t>::min())
       .append("        WHEN ")
       .rightAligned(7, 3);
-  EXPECT_EQ(sql.view(), expected);
-  EXPECT_EQ(sql.view().data(), buffer);
+  EXPECT_EQ(reserved.view(), expected);
+  EXPECT_EQ(reserved.view().data(), buffer);
 }
 
-// Placeholders filled in one pass end exactly as replacing each in turn
-// would leave them, whatever the values hold.
 TEST(Placeholders, OnePassMatchesReplacingInTurn) {
   const std::string texts[] = {"F(<CODICEPDC>, <CONTO>, NULL, <LINGUA>) <CONTO>",
                                "a < b AND <CONTO> > 1",

@@ -49,7 +49,7 @@ TEST_F(DiagnosticsTest, ReportsTheErrorALookupSwallowed) {
   EXPECT_EQ(seen.size(), 1u);
 }
 
-TEST_F(DiagnosticsTest, SilentWhenTheLookupSucceedsAndSurvivesARaisingHook) {
+TEST_F(DiagnosticsTest, SilentOnSuccessHandsBackThePreviousHookAndSurvivesARaisingOne) {
   World world;
   auto lk = world.create<CLSCI_LOOKUP>();
   lk->ActiveInterface = world.host();
@@ -57,20 +57,18 @@ TEST_F(DiagnosticsTest, SilentWhenTheLookupSucceedsAndSurvivesARaisingHook) {
   EXPECT_NE(lk->Str_Sql, "");
   EXPECT_TRUE(seen.empty());
 
-  // A hook that raises must not turn the lookup into one that raises.
-  setDiagnosticsHook([](const SwallowedError&) { throw std::runtime_error("hook"); });
-  EXPECT_EQ(failingNatureCosti().sql, "");
-}
-
-TEST_F(DiagnosticsTest, InstallingHandsBackThePreviousHook) {
+  // Installing hands back the previous hook.
   int calls = 0;
-  DiagnosticsHook mine = [&](const SwallowedError&) { ++calls; };
-  DiagnosticsHook replaced = setDiagnosticsHook(mine);
+  DiagnosticsHook replaced = setDiagnosticsHook([&](const SwallowedError&) { ++calls; });
   ASSERT_TRUE(replaced);  // the fixture's own hook
   replaced(SwallowedError{});
   EXPECT_EQ(seen.size(), 1u);
   failingNatureCosti();
   EXPECT_EQ(calls, 1);
+
+  // A hook that raises must not turn the lookup into one that raises.
+  setDiagnosticsHook([](const SwallowedError&) { throw std::runtime_error("hook"); });
+  EXPECT_EQ(failingNatureCosti().sql, "");
 }
 
 }  // namespace

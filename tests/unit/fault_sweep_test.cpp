@@ -1,10 +1,8 @@
-// The fault sweep: every public member of the three classes, taken from the
-// registry, is called once on healthy stand-ins to learn which operations it
-// makes; then once more for each of those operations with that operation
-// failing. Whatever fails, no error may reach the caller (the registration
-// number bridge alone raises, under its own name), a lookup or decoder ends
-// with Str_Sql "" unless the failure only cost it whole lines of a fragment,
-// and a launch answers True exactly when the launcher's method was called.
+// Every member of the registry, called on healthy stand-ins to learn its
+// operations, then again with each of them failing: no error reaches the
+// caller (but the registration number bridge's, under its own name), Str_Sql
+// is "" or short of whole lines only, and a launch answers True exactly when
+// the launcher's method was called.
 #include <gtest/gtest.h>
 
 #include <iostream>
@@ -73,9 +71,8 @@ Outcome runOnce(const ClassInfo& cls, const MethodInfo& m, const Json& objects) 
   return run;
 }
 
-/// The operations the call made, as (stand-in to fail, operation to fail),
-/// and the creation of the instance's utility object when the call used it.
-/// (Its initialisation and release are ignored by design.)
+/// The operations the call made, as (stand-in, operation), and the creation
+/// of the utility object when the call used it (not its initialisation or release).
 std::set<std::pair<std::string, std::string>> failurePoints(const Json& log) {
   std::set<std::pair<std::string, std::string>> points;
   for (const auto& e : log) {

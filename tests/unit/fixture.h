@@ -7,7 +7,6 @@
 #include <string>
 
 #include "brelvane/brelvane.h"
-#include "cli/compare.h"
 #include "standins/standins.h"
 
 namespace brelvane::testing {
@@ -40,11 +39,6 @@ inline std::string lines(std::initializer_list<std::string_view> parts) {
   std::string out;
   for (auto p : parts) out.append(p).append("\r\n");
   return out;
-}
-
-/// The text without line-end padding, compared the way scenarios compare.
-inline std::string unpadded(const std::string& text) {
-  return cli::withoutLineEndBlanks(text);
 }
 
 /// Calls a member by name, as a host does.

@@ -1,8 +1,5 @@
-// What the golden scenarios cannot see, since they compare texts without
-// line-end blanks and read no private state: the pinned padding of the
-// order-movement kinds and of the accounts of industrial and spending
-// charts, and the language code that the sheet-header lookups leave to
-// later lookups.
+// What the golden scenarios cannot see (line-end blanks, private state): the
+// padding of two lookups, and the language code sheet headers leave behind.
 #include <string>
 
 #include "brelvane/lookup/clsci_lookup.h"
@@ -17,7 +14,7 @@ std::string padded(std::string text, size_t width) {
   return text;
 }
 
-TEST(OrderMovementKinds, LinesKeepTheirPadding) {
+TEST(Padding, OfTheOrderMovementKindsAndTheChartsNaturesLine) {
   World world;
   auto lookup = world.create<CLSCI_LOOKUP>();
   lookup->ActiveInterface = world.host();
@@ -30,9 +27,8 @@ TEST(OrderMovementKinds, LinesKeepTheirPadding) {
              padded(" FROM    CI90_INDICATORI   WITH(NOLOCK)", 43),
              padded(" WHERE   CI90_CODICE = 3", 43), padded(" ORDER BY CI90_VALORE ASC", 43)});
   EXPECT_EQ(lookup->Str_Sql, expected);
-}
 
-TEST(ChartAccounts, TheNaturesLineEndsInABlank) {
+  // The natures line of industrial and spending charts ends in a blank.
   for (int kind : {1, 2}) {
     World world;
     auto lookup = world.create<CLSCI_LOOKUP>();

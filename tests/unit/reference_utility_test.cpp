@@ -8,7 +8,7 @@
 namespace brelvane::testing {
 namespace {
 
-TEST(ReferenceUtility, RendersValuesAsTextAndAsSqlLiterals) {
+TEST(ReferenceUtility, RendersValuesForSqlAndIsWhatTheClassesGetWhenTheHostRegistersNone) {
   ReferenceUtility u;
   using V = Variant;
   // Each value: its ValueToText, then its ValueForSql.
@@ -45,9 +45,8 @@ TEST(ReferenceUtility, RendersValuesAsTextAndAsSqlLiterals) {
   EXPECT_EQ(u.SqlDateLiteral(V("2024-02-29T23:59:59")), "'20240229'");
   for (V bad : {V("2023-02-29"), V("29/02/2024"), V(int32_t{20240229}), V::null()})
     EXPECT_EQ(errorOf([&] { u.SqlDateLiteral(bad); }), err::kTypeMismatch) << typeName(bad.type());
-}
 
-TEST(ReferenceUtility, IsWhatTheClassesGetWhenTheHostRegistersNone) {
+  // What the classes get when the host registers none.
   ObjectFactory factory;
   registerBrelvane(factory);
   auto utility = factory.createAs<UtilityObject>(kUtilityProgId);
