@@ -444,8 +444,8 @@ bool typedCall(IDispatch* host) {
   BSTR typed = nullptr;
   bool held = SUCCEEDED(CoCreateInstance(CLSID_CLSCI_LOOKUP, nullptr, CLSCTX_INPROC_SERVER,
                                          IID__CLSCI_LOOKUP, &lookup)) &&
-              SUCCEEDED(lookup->putref_ActiveInterface(host)) &&
-              SUCCEEDED(lookup->NatureCosti()) && SUCCEEDED(lookup->get_Str_Sql(&typed));
+              SUCCEEDED(lookup->putref_ActiveInterface(host)) && SUCCEEDED(lookup->NatureCosti()) &&
+              SUCCEEDED(lookup->get_Str_Sql(&typed));
   try {
     const std::string sql = taken(typed);
     const Variant late = held ? LateBound(lookup).get("Str_Sql") : Variant();

@@ -84,10 +84,12 @@ struct Member {
   size_t arity;
   Variant (*call)(Dispatch&, std::span<Variant>);
 };
-#define MEMBER(NAME, N, T, ...) \
-  {NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
-     return Variant(([&](T& o) { return __VA_ARGS__; })(as<T>(d)));  \
-   }}
+#define MEMBER(NAME, N, T, ...)                                       \
+  {                                                                   \
+    NAME, N, [](Dispatch& d, [[maybe_unused]] std::span<Variant> a) { \
+      return Variant(([&](T& o) { return __VA_ARGS__; })(as<T>(d)));  \
+    }                                                                 \
+  }
 const Member kMembers[] = {
     MEMBER(host::kContext, 0, HostInterface, wrap(o.Context())),
     MEMBER(host::kInstallationSetting, 0, HostInterface, o.InstallationSetting()),
