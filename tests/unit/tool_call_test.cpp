@@ -195,7 +195,7 @@ TEST(ToolCli, BadInputUnwritableOutputAndHugeScenariosMakeShortMessages) {
       {lk + "CausaliPerTipoMovimentazione integer:x", ""},
       {lk + "NaturCosti", "...has no method NaturCosti (did you mean NatureCosti?)"},
       {lk + std::string(1 << 16, 'k'), ""},  // 64 KiB: the message quotes an excerpt
-      {"call --frobnicate" + nc, ""},
+      {"call --frobnicate" + nc, "...; see brelvane call --help"},
       {"call --company" + nc, ""},
       {set + "Nope=1" + nc, ""},
       {set + "TipoLookupPdC='x'" + nc, ""},

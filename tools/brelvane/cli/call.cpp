@@ -65,7 +65,7 @@ CallOptions readOptions(std::span<const std::string_view> args, bool& help) {
   try {
     parser.parse(args);
   } catch (const std::invalid_argument& e) {
-    throw Stop{kBadInput, e.what()};
+    throw Stop{kBadInput, std::string(e.what()) + "; see brelvane call --help"};
   }
   help = parser.help;
   auto value = [](std::string_view option, const std::string& text) {
