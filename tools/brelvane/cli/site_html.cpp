@@ -48,7 +48,7 @@ std::string exampleCommand(const SiteMember& m, const SiteShape& s) {
   for (const auto& a : s.args) dashed = dashed || (!a.empty() && a[0] == '-');
   if (dashed) out += "-- ";
   out += m.cls->progId + " " + shellWord(m.method->name);
-  for (const auto& a : s.args) out += " " + shellWord(a);
+  for (const auto& a : s.args) out.append(" ").append(shellWord(a));
   return out;
 }
 
@@ -328,7 +328,7 @@ void writeSite(const std::vector<SiteMember>& members, const std::string& dir) {
     std::string reads;
     for (const auto* set : {&m.reads.tables, &m.reads.functions, &m.reads.scalars,
                             &m.reads.procedures, &m.reads.columns})
-      for (const auto& n : *set) reads += (reads.empty() ? "" : " ") + lower(n);
+      for (const auto& n : *set) reads.append(reads.empty() ? "" : " ").append(lower(n));
     index += "<tr data-member=\"" + esc(memberKey(m)) + "\" data-text=\"" +
              esc(lower(m.method->name + " " + m.method->doc)) + "\" data-reads=\"" + esc(reads) +
              "\"><td>" + memberLink(m) + "</td><td>" + esc(m.cls->progId) + "</td><td>" +
