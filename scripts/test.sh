@@ -8,12 +8,13 @@
 #              every position that reaches the SQL of a lookup or decoder,
 #              judged by the same parser with the hardened mode off and on
 #              (tests/sql/hostile.mjs), the reference site in headless
-#              Chromium, and the ODBC adapter against a throwaway PostgreSQL
-#              server on loopback
+#              Chromium
 #   sanitize   a GCC Debug build of the static library with the same tests
 #              under AddressSanitizer + UBSan (leaks checked), instrumented
 #              for coverage: line and branch coverage per folder of src/,
 #              failing below 95 % of lines or 90 % of branches
+# Both run the ODBC adapter's tests against a throwaway PostgreSQL server on
+# loopback, so the adapter is tested optimised and under the sanitizers.
 # So each compiler, each kind of library and both optimisation levels are
 # built and tested once, without a third native build.
 #   com        the x64 COM server cross-built with mingw-w64 and run under
@@ -42,11 +43,12 @@ configure_and_build() {
   cmake --build "$dir" -j"$jobs"
 }
 
-# run_tests DIR [CTEST ARGS...]
+# run_tests DIR [CTEST ARGS...]: with a PostgreSQL server up for the ODBC
+# adapter's tests, which scripts/odbc-tests.sh starts and stops.
 run_tests() {
   local dir=$1
   shift
-  ctest --test-dir "$dir" --output-on-failure --no-tests=error -j"$jobs" "$@"
+  scripts/odbc-tests.sh ctest --test-dir "$dir" --output-on-failure --no-tests=error -j"$jobs" "$@"
 }
 
 step_plain() {
@@ -73,12 +75,10 @@ step_plain() {
   npm ci --prefix tests/site --no-audit --no-fund --silent
   node tests/site/check.mjs "$PWD/build-test/tools/brelvane/brelvane" "$PWD/build-test"
   echo "site test: $((SECONDS - started)) s"
-  echo "-- the ODBC adapter against PostgreSQL"
-  BRELVANE_ODBC_BUILD=build-test scripts/odbc-tests.sh
 }
 
 step_sanitize() {
-  scripts/deps.sh gcovr
+  scripts/deps.sh gcovr postgresql-15 odbc-postgresql unixodbc-dev unixodbc
   configure_and_build build-sanitize -DCMAKE_BUILD_TYPE=Debug -DBRELVANE_SANITIZE=ON \
     -DBRELVANE_COVERAGE=ON
   find build-sanitize -name '*.gcda' -delete
