@@ -1,21 +1,19 @@
 #!/usr/bin/env python3
-"""Line and branch coverage of src/, per folder, from gcovr's JSON report.
+"""Line and branch coverage of src/, per folder, from `llvm-cov export
+-summary-only` (Clang's source-based coverage).
 
 Usage: coverage.py REPORT.json [--lines 95] [--branches 90]
 Exits 1 when the whole of src/ is below either floor.
 
-Branches count only on lines that hold a decision (if, ?, &&, ||, a loop, a
-switch). GCC also gives a branch to every call that may throw, on any line;
-those exception-only branches say nothing about which paths the tests take,
-and gcov does not mark all of them as such.
+A branch is one outcome of a condition: each operand of && and ||, and each
+if, loop, ?: and case, counts its true and its false outcome. Exceptions are
+not branches, so the count says only which paths of the code the tests take.
 """
 import argparse
 import collections
 import json
-import re
+import os
 import sys
-
-DECISION = re.compile(r"\b(if|for|while|switch|case|catch)\b|\?|&&|\|\|")
 
 parser = argparse.ArgumentParser()
 parser.add_argument("report")
@@ -24,31 +22,20 @@ parser.add_argument("--branches", type=float, default=90.0)
 args = parser.parse_args()
 
 with open(args.report) as f:
-    files = json.load(f)["files"]
+    files = json.load(f)["data"][0]["files"]
 
+root = os.getcwd() + "/"
 folders = collections.OrderedDict()
-for entry in sorted(files, key=lambda e: e["file"]):
-    name = entry["file"]
+for entry in sorted(files, key=lambda e: e["filename"]):
+    name = entry["filename"].removeprefix(root)
     if not name.startswith("src/"):
         continue
-    with open(name, encoding="utf-8") as f:
-        source = f.read().split("\n")
     folder = name.split("/")[1] if name.count("/") > 1 else "."
     t = folders.setdefault(folder, [0, 0, 0, 0])
-    for line in entry["lines"]:
-        if line.get("gcovr/noncode"):
-            continue
-        t[1] += 1
-        t[0] += line["count"] > 0
-        text = source[line["line_number"] - 1] if line["line_number"] <= len(source) else ""
-        code = text.split("//")[0]
-        if not DECISION.search(code):
-            continue
-        for branch in line["branches"]:
-            if branch.get("throw"):
-                continue
-            t[3] += 1
-            t[2] += branch["count"] > 0
+    summary = entry["summary"]
+    for i, kind in ((0, "lines"), (2, "branches")):
+        t[i] += summary[kind]["covered"]
+        t[i + 1] += summary[kind]["count"]
 
 
 def percent(covered, total):
@@ -64,7 +51,9 @@ for folder, t in folders.items():
 lines, branches = percent(whole[0], whole[1]), percent(whole[2], whole[3])
 print(f"  {'all':<12}{lines:7.1f}% {whole[0]:>4}/{whole[1]:<4}"
       f"{branches:8.1f}% {whole[2]:>4}/{whole[3]:<4}")
-failed = False
+failed = not folders
+if failed:
+    print("coverage: the report holds no file of src/")
 if lines < args.lines:
     print(f"coverage: lines {lines:.1f}% below the floor of {args.lines}%")
     failed = True
