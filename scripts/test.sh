@@ -13,7 +13,7 @@
 #              under AddressSanitizer + UBSan (leaks checked), instrumented
 #              for Clang's source-based coverage: line and branch coverage
 #              per folder of src/, failing below 95 % of lines or 90 % of
-#              branches
+#              branches; the same build runs each libFuzzer target briefly
 # Both run the ODBC adapter's tests against a throwaway PostgreSQL server on
 # loopback, so the adapter is tested optimised and under the sanitizers.
 # So each compiler, each kind of library and both optimisation levels are
@@ -82,7 +82,7 @@ step_plain() {
 step_sanitize() {
   scripts/deps.sh clang llvm postgresql-15 odbc-postgresql unixodbc-dev unixodbc
   configure_and_build build-sanitize -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug \
-    -DBRELVANE_SANITIZE=ON -DBRELVANE_COVERAGE=ON -DBRELVANE_ODBC=ON
+    -DBRELVANE_SANITIZE=ON -DBRELVANE_COVERAGE=ON -DBRELVANE_ODBC=ON -DBRELVANE_FUZZ=ON
   local profiles=$PWD/build-sanitize/profiles
   rm -rf "$profiles"
   (export LLVM_PROFILE_FILE="$profiles/%p-%m.profraw" && run_tests build-sanitize)
@@ -94,6 +94,24 @@ step_sanitize() {
   llvm-cov export -summary-only -instr-profile=build-sanitize/coverage.profdata \
     "${objects[@]/#/-object=}" >build-sanitize/coverage.json 2>build-sanitize/coverage.log
   scripts/coverage.py build-sanitize/coverage.json
+  fuzz build-sanitize scenario -dict=tools/brelvane/fuzz/scenario.dict tests/scenarios
+  fuzz build-sanitize byname tools/brelvane/fuzz/corpus/byname
+}
+
+# fuzz DIR TARGET [OPTION...] SEEDS: the libFuzzer target for
+# BRELVANE_FUZZ_SECONDS (20) from the seeds; new inputs stay in DIR, the log
+# is shown when it fails.
+fuzz() {
+  local dir=$1 target=$2 out=$1/fuzz/$2
+  shift 2
+  rm -rf "$out" && mkdir -p "$out/corpus"
+  if ! LLVM_PROFILE_FILE="$out/%p.profraw" "$dir/tools/brelvane/fuzz/brelvane_fuzz_$target" \
+    -max_total_time="${BRELVANE_FUZZ_SECONDS:-20}" -artifact_prefix="$out/" "${@:1:$#-1}" \
+    "$out/corpus" "${@: -1}" >"$out/log" 2>&1; then
+    tail -n 40 "$out/log"
+    return 1
+  fi
+  echo "fuzz $target: $(sed -n 's/^Done \([0-9]*\) runs in \([0-9]*\).*/\1 runs in \2 s/p' "$out/log"), no failure"
 }
 
 step_com() {
