@@ -34,6 +34,9 @@ cd "$(dirname "$0")/.."
 
 steps=(plain sanitize com)
 jobs=${BRELVANE_JOBS:-2}
+# What the ODBC adapter builds against and its tests run on; installed before
+# a step configures, so that its build has the adapter.
+database=(postgresql-15 odbc-postgresql unixodbc-dev unixodbc)
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
@@ -57,7 +60,7 @@ step_plain() {
   # The SQL check runs on Node.js; a machine that has it already keeps its own.
   command -v npm >/dev/null || scripts/deps.sh nodejs npm
   # One apt round for the step: the database and the browser.
-  scripts/deps.sh postgresql-15 odbc-postgresql unixodbc-dev unixodbc chromium
+  scripts/deps.sh "${database[@]}" chromium
   configure_and_build build-test -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
     -DCMAKE_CXX_COMPILER=g++ -DBRELVANE_BENCH=ON -DBRELVANE_DOCS_WERROR=ON -DBRELVANE_ODBC=ON
   run_tests build-test
@@ -80,7 +83,7 @@ step_plain() {
 }
 
 step_sanitize() {
-  scripts/deps.sh clang llvm postgresql-15 odbc-postgresql unixodbc-dev unixodbc
+  scripts/deps.sh clang llvm "${database[@]}"
   configure_and_build build-sanitize -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug \
     -DBRELVANE_SANITIZE=ON -DBRELVANE_COVERAGE=ON -DBRELVANE_ODBC=ON -DBRELVANE_FUZZ=ON
   local profiles=$PWD/build-sanitize/profiles
